@@ -1,0 +1,1 @@
+# Install rules that belong to no one target, and the zip.
