@@ -1,0 +1,213 @@
+#include "tests/support/module_test.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <plenar_base/log_sink.h>
+#include <plenar_base/time_source.h>
+
+#include "tests/support/leak_checks.h"
+
+namespace qvs_test {
+
+namespace method = quorvel_service::windows_ble::method;
+using base::variant::Variant;
+
+std::shared_ptr<Variant> Args(std::initializer_list<Arg> arguments) {
+  auto made = base::variant::MakeVariant();
+  for (const auto& [key, value] : arguments) made->Set(key, value);
+  return made;
+}
+
+SharedLibrary::SharedLibrary(const std::string& path)
+    : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {}
+
+void SharedLibrary::Close() {
+  if (handle_ != nullptr) dlclose(handle_);
+  handle_ = nullptr;
+}
+
+void* SharedLibrary::Find(const char* name) const {
+  return dlsym(handle_, name);
+}
+
+bool SharedLibrary::IsLoaded(const std::string& path) {
+  void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (handle != nullptr) dlclose(handle);
+  return handle != nullptr;
+}
+
+/// Steps the virtual radio along with simulated time.
+class ModuleTest::RadioInTime final : public base::time::SimulatedTimeParticipant {
+ public:
+  RadioInTime(base::time::SimulatedTime& time, plenar_ble_control::VirtualRadio& radio)
+      : time_(time), radio_(radio) {
+    time_.AddParticipant(*this);
+  }
+  ~RadioInTime() override { time_.RemoveParticipant(*this); }
+
+  std::optional<std::uint64_t> NextDeadline() override { return radio_.NextDeadline(); }
+  std::size_t AdvanceTo(std::uint64_t now_ms) override { return radio_.AdvanceTo(now_ms); }
+
+ private:
+  base::time::SimulatedTime& time_;
+  plenar_ble_control::VirtualRadio& radio_;
+};
+
+const std::string ModuleTest::kModule = QVS_TEST_MODULE;
+const std::string ModuleTest::kBleApi = QVS_TEST_BLE_API;
+
+ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) {
+  base::time::SetTimeSource(time_);
+  looper_.emplace();
+  sink_ = std::make_shared<RecordingSink>(recorder_);
+  base::log::AddLogSink(sink_);
+  base::log::SetLogLevel(6);
+
+  pc_.Reset();
+  pc_.SetCallObserver([this](std::string_view call, const std::string& arguments) {
+    recorder_.Add(kWindows, "win " + std::string(call) + '(' + arguments + ')');
+  });
+
+  ble_api_.emplace(kBleApi);
+  const auto control = ble_api_->IsOpen()
+                           ? ble_api_->Function<plenar_ble_control::PlenarBleControlFunction>(
+                                 plenar_ble_control::kControlExport)
+                           : nullptr;
+  if (control == nullptr) {
+    ADD_FAILURE() << "no control interface in " << kBleApi;
+    std::abort();
+  }
+  radio_ = control();
+  radio_->SetAir(plenar_ble_control::Air::kInProcess);
+  radio_->UseManualTime(time_->SteadyMilliseconds());
+  radio_->SetCallObserver([this](std::string_view function, const std::string& arguments) {
+    recorder_.Add(kBle, "ble " + std::string(function) + '(' + arguments + ')');
+  });
+  radio_in_time_ = std::make_unique<RadioInTime>(*time_, *radio_);
+}
+
+ModuleTest::~ModuleTest() {
+  UnloadModule();
+  EXPECT_EQ(pc_.OpenHandleCount(), 0u);
+  EXPECT_EQ(pc_.WindowCount(), 0u);
+  EXPECT_EQ(pc_.DeviceNotificationCount(), 0u);
+  radio_in_time_.reset();
+  if (ble_api_->IsOpen()) radio_->SetCallObserver(nullptr);
+  ble_api_.reset();
+  pc_.SetCallObserver(nullptr);
+  base::log::RemoveLogSink(sink_);
+  looper_.reset();
+  base::time::SetTimeSource(nullptr);
+}
+
+void ModuleTest::LoadModule() {
+  {
+    const LeaksAllowed the_service_factory;
+    module_.emplace(kModule);
+  }
+  ASSERT_TRUE(module_->IsOpen()) << dlerror();
+  create_ = module_->Function<quorvel_service::QVCreateServiceFunction>("QVCreateService");
+  destroy_ = module_->Function<quorvel_service::QVDestroyServiceFunction>("QVDestroyService");
+  ASSERT_NE(create_, nullptr);
+  ASSERT_NE(destroy_, nullptr);
+}
+
+void ModuleTest::UnloadModule() {
+  while (!services_.empty()) DestroyService(services_.back());
+  Settle();
+  module_.reset();
+}
+
+quorvel_service::IService* ModuleTest::CreateService() {
+  auto* const service = create_(quorvel_service::windows_ble::kServiceName);
+  if (service == nullptr) {
+    ADD_FAILURE() << "no service was made";
+    return nullptr;
+  }
+  services_.push_back(service);
+  service->AddListener(&listener_);
+  return service;
+}
+
+void ModuleTest::DestroyService(quorvel_service::IService* service) {
+  std::erase(services_, service);
+  if (service == service_) service_ = nullptr;
+  destroy_(service);
+}
+
+void ModuleTest::Start() {
+  ASSERT_NO_FATAL_FAILURE(LoadModule());
+  service_ = CreateService();
+  ASSERT_NE(service_, nullptr);
+  Take();
+}
+
+void ModuleTest::ReleaseBleApi() {
+  radio_in_time_.reset();
+  radio_->SetCallObserver(nullptr);
+  ble_api_->Close();
+}
+
+int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments) {
+  const auto future = service_->Call(id, arguments);
+  if (future == nullptr || future->GetState() != base::future::FutureState::kValueSet) {
+    ADD_FAILURE() << "method " << id << " gave no complete future";
+    return -1;
+  }
+  const auto result = future->Value();
+  EXPECT_EQ(result->Keys(), std::vector<std::string>{"ret"});
+  EXPECT_EQ(result->Get("ret").GetType(), Variant::Type::kSigned);
+  const int ret = result->Get("ret").AsInt32();
+  recorder_.Add(kResult, "ret " + std::to_string(ret));
+  return ret;
+}
+
+int ModuleTest::Init(int retry_time) {
+  return Call(method::kInit, Args({{"retry_time", retry_time}}));
+}
+
+int ModuleTest::UnInit() {
+  return Call(method::kUnInit);
+}
+
+int ModuleTest::CheckState(bool need_check_discoverable) {
+  return Call(method::kCheckBleState, Args({{"need_check_discoverable", need_check_discoverable}}));
+}
+
+int ModuleTest::Advertise(const std::string& uuid, const std::string& custom_data) {
+  return Call(method::kStartBroadcast,
+              Args({{"start", true}, {"uuid", uuid}, {"custom_data", custom_data}}));
+}
+
+int ModuleTest::StopAdvertising() {
+  return Call(method::kStartBroadcast, Args({{"start", false}}));
+}
+
+int ModuleTest::Scan(const std::string& uuid, unsigned scan_mode, bool continuous,
+                     std::uint64_t interval_ms) {
+  return Call(method::kStartWatchBroadcast, Args({{"start", true},
+                                                  {"uuid", uuid},
+                                                  {"scan_mode", scan_mode},
+                                                  {"continue_callback_enable", continuous},
+                                                  {"broadcast_cb_interval", interval_ms}}));
+}
+
+int ModuleTest::StopScan(const std::string& uuid) {
+  return Call(method::kStartWatchBroadcast, Args({{"start", false}, {"uuid", uuid}}));
+}
+
+int ModuleTest::GetCache() {
+  return Call(method::kGetBleScanCache);
+}
+
+BleBroadcastInfo Broadcast(std::string address, std::vector<std::string> uuids) {
+  BleBroadcastInfo info;
+  info.address = std::move(address);
+  info.service_uuids = std::move(uuids);
+  return info;
+}
+
+}  // namespace qvs_test

@@ -1,0 +1,121 @@
+#include "tests/support/recorder.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
+
+namespace qvs_test {
+namespace {
+
+namespace event = quorvel_service::windows_ble::event;
+
+constexpr std::pair<std::uint64_t, const char*> kEventNames[] = {
+    {event::kState, "state"},
+    {event::kStatusInfo, "status_info"},
+    {event::kRetryInfo, "retry_info"},
+    {event::kDeviceJson, "device_json"},
+};
+
+std::string EventText(std::uint64_t id, const base::variant::Variant& payload) {
+  for (const auto& [known, name] : kEventNames) {
+    if (known != id) continue;
+    if (payload.Keys() != std::vector<std::string>{name}) break;
+    const auto& value = payload.Get(name);
+    const bool is_text = value.GetType() == base::variant::Variant::Type::kString;
+    if (is_text == (id == event::kState)) break;
+    if (!is_text) return std::string(name) + ' ' + std::to_string(value.AsInt32());
+    return std::string(name) + ' ' + nlohmann::ordered_json::parse(value.AsStr()).dump();
+  }
+  return "malformed event " + std::to_string(id);
+}
+
+bool Fits(std::string_view pattern, std::string_view text) {
+  const auto star = pattern.find('*');
+  if (star == std::string_view::npos) return pattern == text;
+  if (text.substr(0, star) != pattern.substr(0, star)) return false;
+  const auto rest = pattern.substr(star + 1);
+  for (auto from = star; from <= text.size(); ++from) {
+    if (Fits(rest, text.substr(from))) return true;
+  }
+  return false;
+}
+
+MATCHER_P(Line, pattern, "reads " + testing::PrintToString(pattern)) {
+  return Fits(pattern, arg);
+}
+
+MATCHER_P(InThisOrder, patterns, "holds in this order " + testing::PrintToString(patterns)) {
+  auto from = arg.begin();
+  for (const auto& pattern : patterns) {
+    from = std::find_if(from, arg.end(), [&](const auto& line) { return Fits(pattern, line); });
+    if (from == arg.end()) {
+      *result_listener << "which lacks " << pattern;
+      return false;
+    }
+    ++from;
+  }
+  return true;
+}
+
+}  // namespace
+
+void Recorder::Add(Kind kind, std::string text) {
+  std::lock_guard lock(mutex_);
+  entries_.emplace_back(kind, std::move(text));
+}
+
+Lines Recorder::Take(unsigned kinds) {
+  std::lock_guard lock(mutex_);
+  Lines lines;
+  for (auto& [kind, text] : entries_) {
+    if (kind & kinds) lines.push_back(std::move(text));
+  }
+  entries_.clear();
+  return lines;
+}
+
+void RecordingSink::Write(const base::log::LogRecord& record) {
+  {
+    std::lock_guard lock(mutex_);
+    lines_.push_back(
+        {record.tag, record.file, record.line, record.function, record.level, record.message});
+  }
+  const auto text = std::to_string(record.level) + ' ' + record.function + ": " + record.message;
+  if (record.tag.empty()) {
+    recorder_.Add(kLog, text);
+  } else {
+    recorder_.Add(kLibraryLog, record.tag + ' ' + text);
+  }
+}
+
+LogLine RecordingSink::Last(const std::string& text) const {
+  std::lock_guard lock(mutex_);
+  const auto found = std::find_if(lines_.rbegin(), lines_.rend(), [&](const LogLine& line) {
+    return line.message.find(text) != std::string::npos;
+  });
+  return found == lines_.rend() ? LogLine{} : *found;
+}
+
+void RecordingListener::OnServiceEvent(std::uint64_t event_id,
+                                       const std::shared_ptr<base::variant::Variant>& payload) {
+  recorder_.Add(kEvent, (name_.empty() ? "" : name_ + ' ') + EventText(event_id, *payload));
+  last_payload = payload;
+  if (on_event) on_event(event_id);
+}
+
+testing::Matcher<const Lines&> Reads(std::initializer_list<std::string> expected) {
+  std::vector<testing::Matcher<std::string>> lines;
+  std::transform(expected.begin(), expected.end(), std::back_inserter(lines),
+                 [](const std::string& pattern) { return Line(pattern); });
+  return testing::ElementsAreArray(lines);
+}
+
+testing::Matcher<const Lines&> Holds(std::initializer_list<std::string> expected) {
+  return InThisOrder(Lines(expected));
+}
+
+}  // namespace qvs_test

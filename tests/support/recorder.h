@@ -1,0 +1,93 @@
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <plenar_base/log_sink.h>
+
+#include "framework/service.h"
+
+namespace qvs_test {
+
+using Lines = std::vector<std::string>;
+
+/// What a recorded line tells of, and how it reads.
+enum Kind : unsigned {
+  kResult = 1,       ///< "ret 0": a method's result code.
+  kEvent = 2,        ///< "state 4", "status_info {"status":2,"err":0}"
+  kLog = 4,          ///< "3 Init: ble init failed, ret: 5": level, function, message.
+  kBle = 8,          ///< "ble BleClientSetScanMode(mode=1)": a call of the BLE API library.
+  kWindows = 16,     ///< "win CreateWindowExA(...)": a Windows call.
+  kLibraryLog = 32,  ///< As `kLog`, with the origin's tag in front.
+  kUsual = kResult | kEvent | kLog | kBle,
+};
+
+/// Everything that a test sees of the module, merged in the order in which it happened. Lines may
+/// be added on any thread.
+class Recorder {
+ public:
+  void Add(Kind kind, std::string text);
+
+  /// The lines of these kinds; all lines are forgotten.
+  Lines Take(unsigned kinds = kUsual);
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::pair<Kind, std::string>> entries_;
+};
+
+/// A log line with all its fields.
+struct LogLine {
+  std::string tag;
+  std::string file;
+  int line;
+  std::string function;
+  int level;
+  std::string message;
+  bool operator==(const LogLine&) const = default;
+};
+
+class RecordingSink final : public base::log::LogSink {
+ public:
+  explicit RecordingSink(Recorder& recorder) : recorder_(recorder) {}
+  void Write(const base::log::LogRecord& record) override;
+
+  /// The last line whose message contains this text; an empty line if there was none.
+  [[nodiscard]] LogLine Last(const std::string& text) const;
+
+ private:
+  Recorder& recorder_;
+  mutable std::mutex mutex_;
+  std::vector<LogLine> lines_;
+};
+
+/// Records events, with its name in front if it has one, and then does what the test wants.
+class RecordingListener final : public quorvel_service::IServiceListener {
+ public:
+  explicit RecordingListener(Recorder& recorder, std::string name = {})
+      : recorder_(recorder), name_(std::move(name)) {}
+
+  void OnServiceEvent(std::uint64_t event_id,
+                      const std::shared_ptr<base::variant::Variant>& payload) override;
+
+  std::function<void(std::uint64_t event_id)> on_event;
+  std::shared_ptr<base::variant::Variant> last_payload;
+
+ private:
+  Recorder& recorder_;
+  std::string name_;
+};
+
+/// Exactly these lines, in order; "*" stands for any text.
+testing::Matcher<const Lines&> Reads(std::initializer_list<std::string> expected);
+
+/// These lines, in order, with any others before, between and after.
+testing::Matcher<const Lines&> Holds(std::initializer_list<std::string> expected);
+
+}  // namespace qvs_test
