@@ -25,4 +25,19 @@ inline constexpr std::uint64_t kRetryInfo = 170241882;
 inline constexpr std::uint64_t kDeviceJson = 658243233;
 }  // namespace event
 
+/// Result codes ("ret"); the state that `CheckBleState` gives and "state" reports has the same
+/// numbers.
+namespace result {
+inline constexpr std::int32_t kSuccess = 0;         ///< Also: nothing to do, ignored or deferred.
+inline constexpr std::int32_t kNotInitialised = 1;  ///< BLE support is not up.
+inline constexpr std::int32_t kWindowsTooOld = 2;   ///< Older than Windows 10.
+inline constexpr std::int32_t kLibraryFailure = 3;  ///< The BLE API library failed or refused.
+inline constexpr std::int32_t kAdapterUnavailable = 4;  ///< For now; checked again when asked to.
+inline constexpr std::int32_t kRadioOff = 5;
+inline constexpr std::int32_t kNotDiscoverable = 6;
+inline constexpr std::int32_t kInvalidUuid = 7;
+inline constexpr std::int32_t kPayloadTooLong = 8;  ///< UUID and custom data exceed 28 bytes.
+inline constexpr std::int32_t kAdapterError = 9;
+}  // namespace result
+
 }  // namespace quorvel_service::windows_ble

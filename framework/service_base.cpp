@@ -1,0 +1,34 @@
+#include "framework/service_base.h"
+
+#include <vector>
+
+#include "framework/guard.h"
+
+namespace quorvel_service {
+
+ServiceBase::ServiceBase() : listeners_(std::make_shared<Listeners>()) {}
+
+ServiceBase::~ServiceBase() {
+  listeners_->clear();
+}
+
+void ServiceBase::AddListener(IServiceListener* listener) {
+  if (listener == nullptr) return;
+  Swallow([&] { listeners_->insert(listener); });
+}
+
+void ServiceBase::RemoveListener(IServiceListener* listener) {
+  listeners_->erase(listener);
+}
+
+void ServiceBase::NotifyEvent(std::uint64_t event_id,
+                              const std::shared_ptr<base::variant::Variant>& payload) {
+  const auto listeners = listeners_;
+  const std::vector<IServiceListener*> snapshot(listeners->begin(), listeners->end());
+  for (IServiceListener* listener : snapshot) {
+    if (!listeners->contains(listener)) continue;
+    Swallow([&] { listener->OnServiceEvent(event_id, payload); });
+  }
+}
+
+}  // namespace quorvel_service

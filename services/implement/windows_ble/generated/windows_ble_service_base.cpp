@@ -1,0 +1,124 @@
+#include "services/implement/windows_ble/generated/windows_ble_service_base.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "framework/log_writer.h"
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
+
+namespace quorvel_service {
+namespace {
+
+using base::Location;
+using base::future::VariantFuture;
+using base::variant::Variant;
+using Service = WindowsBleServiceBase;
+
+/// Where results of unknown methods, and the log line about them, say that they come from.
+constexpr int kUnknownMethodLine = 30;
+
+struct Method {
+  std::uint64_t id;
+  int line;  // fixed source line of the result's location
+  std::int32_t (*call)(Service& service, const Variant& arguments);
+};
+
+constexpr Method kMethods[] = {
+    {windows_ble::method::kInit, 40,
+     [](Service& service, const Variant& arguments) {
+       return service.Init(arguments.Get("retry_time").AsInt32());
+     }},
+    {windows_ble::method::kUnInit, 50,
+     [](Service& service, const Variant&) { return service.UnInit(); }},
+    {windows_ble::method::kCheckBleState, 61,
+     [](Service& service, const Variant& arguments) {
+       return service.CheckBleState(arguments.Get("need_check_discoverable").AsBoolean());
+     }},
+    {windows_ble::method::kStartWatchBroadcast, 76,
+     [](Service& service, const Variant& arguments) {
+       return service.StartWatchBroadcast(arguments.Get("start").AsBoolean(),
+                                          arguments.Get("uuid").AsStr(),
+                                          arguments.Get("scan_mode").AsUint32(),
+                                          arguments.Get("continue_callback_enable").AsBoolean(),
+                                          arguments.Get("broadcast_cb_interval").AsUint64());
+     }},
+    {windows_ble::method::kStartBroadcast, 89,
+     [](Service& service, const Variant& arguments) {
+       return service.StartBroadcast(arguments.Get("start").AsBoolean(),
+                                     arguments.Get("uuid").AsStr(),
+                                     arguments.Get("custom_data").AsStr());
+     }},
+    {windows_ble::method::kGetBleScanCache, 99,
+     [](Service& service, const Variant&) { return service.GetBleScanCache(); }},
+};
+
+std::int32_t CallMethod(const Method& method, Service& service, const Variant& arguments) noexcept {
+  try {
+    return method.call(service, arguments);
+  } catch (...) {
+    LogCaughtException(__func__);
+    return windows_ble::result::kLibraryFailure;
+  }
+}
+
+std::shared_ptr<VariantFuture> Completed(std::shared_ptr<Variant> value, int line) {
+  auto future = base::future::MakeVariantFuture();
+  future->SetValue(std::move(value), 0, Location(__FILE__, line));
+  return future;
+}
+
+}  // namespace
+
+void WindowsBleServiceNotifier::NotifyState(std::int32_t state) {
+  Notify(windows_ble::event::kState, "state", Variant(state));
+}
+
+void WindowsBleServiceNotifier::NotifyStatusInfo(const std::string& status_info) {
+  Notify(windows_ble::event::kStatusInfo, "status_info", Variant(status_info));
+}
+
+void WindowsBleServiceNotifier::NotifyRetryInfo(const std::string& retry_info) {
+  Notify(windows_ble::event::kRetryInfo, "retry_info", Variant(retry_info));
+}
+
+void WindowsBleServiceNotifier::NotifyDeviceJson(const std::string& device_json) {
+  Notify(windows_ble::event::kDeviceJson, "device_json", Variant(device_json));
+}
+
+void WindowsBleServiceNotifier::Notify(std::uint64_t event_id, const char* name, Variant value) {
+  const auto payload = base::variant::MakeVariant();
+  payload->Set(name, std::move(value));
+  service_->NotifyEvent(event_id, payload);
+}
+
+WindowsBleServiceBase::WindowsBleServiceBase()
+    : notifier_(std::make_unique<WindowsBleServiceNotifier>(this)) {}
+
+WindowsBleServiceBase::~WindowsBleServiceBase() = default;
+
+std::string WindowsBleServiceBase::ServiceName() {
+  return windows_ble::kServiceName;
+}
+
+std::shared_ptr<VariantFuture> WindowsBleServiceBase::Call(
+    std::uint64_t method_id, const std::shared_ptr<Variant>& arguments) {
+  try {
+    // Held here: an event raised inside the operation may make the host drop its own pointer.
+    const std::shared_ptr<Variant> held = arguments ? arguments : base::variant::MakeVariant();
+    auto result = base::variant::MakeVariant();
+    const auto* const method = std::find_if(std::begin(kMethods), std::end(kMethods),
+                                            [&](const Method& m) { return m.id == method_id; });
+    if (method == std::end(kMethods)) {
+      QV_LOG_AT(kFatal, "Call", kUnknownMethodLine) << "method id:" << method_id << "not found!";
+      return Completed(std::move(result), kUnknownMethodLine);
+    }
+    const std::int32_t ret = CallMethod(*method, *this, *held);
+    result->Set("ret", Variant(ret));
+    return Completed(std::move(result), method->line);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+}  // namespace quorvel_service

@@ -1,0 +1,137 @@
+#include "services/implement/windows_ble/src/windows/ble_api_table.h"
+#include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
+#include "services/implement/windows_ble/src/windows/wrapper_support.h"
+
+namespace quorvel_service {
+namespace {
+
+/// Values of `watcher_status_`.
+enum WatcherStatus : std::int32_t {
+  kWatcherStarted = 1,
+  kWatcherStopping = 2,
+  kWatcherStopped = 3,
+};
+
+/// How long a library that does not report the end of its watcher is waited for.
+constexpr std::uint64_t kStoppedCheckDelayMs = 100;
+
+/// The library's scan mode for the host's.
+std::int32_t TranslateScanMode(std::uint32_t scan_mode) noexcept {
+  constexpr std::int32_t kLibraryModes[] = {0, 2, 1};
+  return scan_mode < std::size(kLibraryModes) ? kLibraryModes[scan_mode] : 0;
+}
+
+}  // namespace
+
+std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& uuid,
+                                                std::uint32_t scan_mode,
+                                                bool continue_callback_enable,
+                                                std::uint64_t broadcast_cb_interval) noexcept try {
+  if (!inited_) {
+    QV_LOG(kError) << "ble is not inited";
+    return windows_ble::result::kNotInitialised;
+  }
+  QV_LOG(kInformation) << "start: " << start << ", uuid: " << uuid << ", scan mode: " << scan_mode
+                       << "continue_callback_enable: " << continue_callback_enable
+                       << "broadcast_cb_interval: " << broadcast_cb_interval;
+  watch_uuid_ = uuid;
+  watch_filter_.Watch(uuid);
+  if (!start) {
+    if (watcher_status_ == kWatcherStarted) {
+      watcher_status_ = kWatcherStopping;
+      BleApi().Call<&BleApiTable::BleClientStopWatchBroadcast>();
+      StartStoppedCheckTimer(kStoppedCheckDelayMs);
+    }
+    return windows_ble::result::kSuccess;
+  }
+
+  continue_callback_enable_ = continue_callback_enable;
+  const std::int32_t library_mode = TranslateScanMode(scan_mode);
+  if (scan_mode_ == 0 && library_mode == 1) DoScanCallback();  // still by the rules of mode 0
+  scan_mode_ = library_mode;
+  broadcast_cb_interval_ = broadcast_cb_interval;
+  if (watcher_status_ == kWatcherStopping) {
+    QV_LOG(kWarning) << "watcher in stopping";
+    need_to_watch_broadcast_ = true;
+    return windows_ble::result::kSuccess;
+  }
+  return InnerWatchBroadcast();
+} catch (...) {
+  LogCaughtException(__func__);
+  return windows_ble::result::kLibraryFailure;
+}
+
+std::int32_t BleWrapper::InnerWatchBroadcast() {
+  if (continue_callback_enable_ || scan_mode_ == 1) {
+    StartBroadcastCBTimer(broadcast_cb_interval_);
+  } else {
+    StopBroadcastCBTimer();
+  }
+  const BleApiTable& api = BleApi();
+  api.Call<&BleApiTable::BleClientSetScanMode>(scan_mode_);
+  const int result = api.Call<&BleApiTable::BleClientStartWatchBroadcast>();
+  watcher_status_ =
+      kWatcherStarted;  // also when refused: a later stop then still reaches the library
+  QV_LOG(kInformation) << "ble watch broadcast result: " << result;
+  return result == 0 ? windows_ble::result::kSuccess : windows_ble::result::kLibraryFailure;
+}
+
+void BleWrapper::RegisterBroadcastWatherStoppedCB() {
+  BleApi().Call<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>(Swallowing([this](BleError err) {
+    PostToMainLooper(
+        [this, err] {
+          QV_LOG(kInformation) << "broadcast wather stopped, err: "
+                               << static_cast<std::int32_t>(err);
+          OnBroadcastWatherStopped();
+        },
+        base::Location(__FILE__, __LINE__));
+  }));
+}
+
+void BleWrapper::OnBroadcastWatherStopped() {
+  StopBroadcastCBTimer();
+  watcher_status_ = kWatcherStopped;
+  if (need_to_watch_broadcast_) {
+    QV_LOG(kInformation) << "rewatch broadcast";
+    Swallow([this] { InnerWatchBroadcast(); });
+    need_to_watch_broadcast_ = false;
+  }
+}
+
+void BleWrapper::StartStoppedCheckTimer(std::uint64_t delay) {
+  if (stopped_check_timer_ == nullptr) {
+    stopped_check_timer_ = base::threading::CreateTimer(
+        Swallowing([this] {
+          QV_LOG(kInformation) << "need_to_watch_broadcast_:" << need_to_watch_broadcast_;
+          if (need_to_watch_broadcast_) {
+            OnBroadcastWatherStopped();
+          } else {
+            watcher_status_ = kWatcherStopped;
+          }
+        }),
+        base::Location(__FILE__, __LINE__));
+  }
+  if (!stopped_check_timer_->IsRunning()) stopped_check_timer_->Start(delay, false);
+}
+
+void BleWrapper::StartBroadcastCBTimer(std::uint64_t interval) {
+  QV_LOG(kInformation) << "enter";
+  if (broadcast_cb_timer_ == nullptr) {
+    broadcast_cb_timer_ = base::threading::CreateTimer(Swallowing([this] {
+                                                         if (!has_new_scan_result_) return;
+                                                         has_new_scan_result_ = false;
+                                                         DoScanCallback();
+                                                       }),
+                                                       base::Location(__FILE__, __LINE__));
+  }
+  if (!broadcast_cb_timer_->IsRunning()) broadcast_cb_timer_->Start(interval, true);
+}
+
+void BleWrapper::StopBroadcastCBTimer() {
+  QV_LOG(kInformation) << "enter";
+  if (broadcast_cb_timer_ != nullptr && broadcast_cb_timer_->IsRunning()) {
+    broadcast_cb_timer_->Stop();
+  }
+}
+
+}  // namespace quorvel_service
