@@ -1,0 +1,48 @@
+# Shared by the commands: says what is done, installs what is missing, configures and builds.
+# To be sourced by a bash script that has changed into the project's folder.
+
+say() { printf '== %s\n' "$*"; }
+
+fail() {
+  printf 'error: %s\n' "$*" >&2
+  exit 1
+}
+
+build_packages=(g++ cmake ninja-build openssl libssl-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo -n "$@"; fi
+}
+
+# Installs those of the named Debian packages that are not there.
+install_missing() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  say "installing ${missing[*]}"
+  command -v apt-get >/dev/null || fail "these packages are missing and there is no apt-get: ${missing[*]}"
+  [ "$(id -u)" -eq 0 ] || sudo -n true 2>/dev/null || fail "run this as root or with password-less sudo to install: ${missing[*]}"
+  local log
+  log=$(mktemp)
+  if ! { as_root apt-get -qq update && as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    fail "could not install ${missing[*]}"
+  fi
+  rm -f "$log"
+}
+
+# configure_and_build PRESET [TARGET...]: everything when no target is named.
+configure_and_build() {
+  local preset=$1 targets=()
+  shift
+  [ $# -gt 0 ] && targets=(--target "$@")
+  if [ ! -e "build/$preset/build.ninja" ]; then
+    say "configuring build/$preset"
+    cmake --preset "$preset" >/dev/null || fail "could not configure build/$preset"
+  fi
+  say "building build/$preset"
+  cmake --build --preset "$preset" "${targets[@]}" || fail "could not build build/$preset"
+}
