@@ -89,7 +89,8 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
   bool SetValue(T value, std::uint64_t delay_ms, Location location);
 
   /// Attaches the one continuation, and the executor that runs it (null: it runs inline). On a
-  /// future that is already complete it is run, or posted, at once. Runs at most once.
+  /// future that is already complete it is run, or posted, at once. Runs at most once; what it
+  /// throws is swallowed. A second continuation is ignored.
   void Then(Continuation continuation, std::shared_ptr<FutureExecutor> executor, Location location);
 
   /// The value; a default-made one while there is none.
@@ -104,6 +105,7 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
   Continuation continuation_;
   std::shared_ptr<FutureExecutor> executor_;
   std::array<FutureExecutor::TaskId, 2> posted_{};
+  bool claimed_ = false;  ///< Somebody has run or posted the continuation, or is about to.
   bool destroyed_ = false;
 };
 

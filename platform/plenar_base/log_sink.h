@@ -21,8 +21,8 @@ struct LogRecord {
   const std::string& message;
 };
 
-/// Receives lines one at a time: calls never overlap, whatever threads write. A sink must not
-/// log. What it throws is swallowed.
+/// Receives lines one at a time: calls never overlap, whatever threads write. What a sink
+/// logs itself is dropped, what it throws is swallowed.
 class LogSink {
  public:
   virtual ~LogSink() = default;
@@ -31,6 +31,9 @@ class LogSink {
 
 /// Sets the configured level (initially 0: nothing is written). [any thread]
 PLENAR_BASE_EXPORT void SetLogLevel(int level) noexcept;
+
+/// How often `GetCheckLogLength` has been asked: how many over-long lines were cut. [any thread]
+[[nodiscard]] PLENAR_BASE_EXPORT std::uint64_t GetLongLineCount() noexcept;
 
 /// Adds a sink; shared ownership until it is removed. Adding one twice changes nothing.
 /// [any thread]

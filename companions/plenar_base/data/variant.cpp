@@ -1,0 +1,139 @@
+#include <plenar_base/variant.h>
+
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+#include "immortal.h"
+
+namespace base::variant {
+namespace {
+
+template <class Target, class Source>
+Target Saturate(Source value) noexcept {
+  using Limits = std::numeric_limits<Target>;
+  if (std::in_range<Target>(value)) return static_cast<Target>(value);
+  return std::cmp_less(value, 0) ? Limits::min() : Limits::max();
+}
+
+/// The held boolean or integer as another integer type; 0 for anything else.
+template <class Target, class Value>
+Target ToInteger(const Value& value) noexcept {
+  return std::visit(
+      [](const auto& held) -> Target {
+        using Held = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<Held, bool>) {
+          return held ? 1 : 0;
+        } else if constexpr (std::is_integral_v<Held>) {
+          return Saturate<Target>(held);
+        } else {
+          return 0;
+        }
+      },
+      value);
+}
+
+}  // namespace
+
+Variant::Variant() noexcept = default;
+Variant::Variant(bool value) noexcept : value_(value) {}
+Variant::Variant(int value) noexcept : value_(std::int64_t{value}) {}
+Variant::Variant(unsigned value) noexcept : value_(std::uint64_t{value}) {}
+Variant::Variant(long value) noexcept : value_(std::int64_t{value}) {}
+Variant::Variant(unsigned long value) noexcept : value_(std::uint64_t{value}) {}
+Variant::Variant(long long value) noexcept : value_(std::int64_t{value}) {}
+Variant::Variant(unsigned long long value) noexcept : value_(std::uint64_t{value}) {}
+Variant::Variant(std::string value) noexcept : value_(std::move(value)) {}
+Variant::Variant(const char* value) : Variant(std::string(value != nullptr ? value : "")) {}
+
+Variant::Variant(const Variant& other) {
+  std::visit(
+      [this](const auto& held) {
+        if constexpr (std::is_same_v<decltype(held), const std::unique_ptr<Members>&>) {
+          value_ = std::make_unique<Members>(*held);
+        } else {
+          value_ = held;
+        }
+      },
+      other.value_);
+}
+
+Variant::Variant(Variant&& other) noexcept
+    : value_(std::exchange(other.value_, std::monostate())) {}
+
+Variant& Variant::operator=(const Variant& other) {
+  return *this = Variant(other);
+}
+
+Variant& Variant::operator=(Variant&& other) noexcept {
+  // By way of a temporary, since the other one may be a member of this one.
+  auto value = std::exchange(other.value_, std::monostate());
+  value_.swap(value);
+  return *this;
+}
+
+Variant::~Variant() = default;
+
+void Variant::Set(std::string_view key, Variant value) {
+  if (GetType() != Type::kObject) value_ = std::make_unique<Members>();
+  auto& members = *std::get<std::unique_ptr<Members>>(value_);
+  if (const auto found = members.find(key); found != members.end()) {
+    found->second = std::move(value);
+  } else {
+    members.emplace(key, std::move(value));
+  }
+}
+
+const Variant& Variant::Get(std::string_view key) const noexcept {
+  if (const auto* const members = std::get_if<std::unique_ptr<Members>>(&value_)) {
+    const auto found = (*members)->find(key);
+    if (found != (*members)->end()) return found->second;
+  }
+  return Immortal<const Variant>();
+}
+
+Variant::Type Variant::GetType() const noexcept {
+  return static_cast<Type>(value_.index());
+}
+
+bool Variant::Has(std::string_view key) const noexcept {
+  const auto* const members = std::get_if<std::unique_ptr<Members>>(&value_);
+  return members != nullptr && (*members)->contains(key);
+}
+
+std::vector<std::string> Variant::Keys() const {
+  std::vector<std::string> keys;
+  if (const auto* const members = std::get_if<std::unique_ptr<Members>>(&value_)) {
+    keys.reserve((*members)->size());
+    for (const auto& member : **members) keys.push_back(member.first);
+  }
+  return keys;
+}
+
+bool Variant::AsBoolean() const noexcept {
+  return AsUint64() != 0 || AsInt64() != 0;
+}
+std::int32_t Variant::AsInt32() const noexcept {
+  return ToInteger<std::int32_t>(value_);
+}
+std::uint32_t Variant::AsUint32() const noexcept {
+  return ToInteger<std::uint32_t>(value_);
+}
+std::int64_t Variant::AsInt64() const noexcept {
+  return ToInteger<std::int64_t>(value_);
+}
+std::uint64_t Variant::AsUint64() const noexcept {
+  return ToInteger<std::uint64_t>(value_);
+}
+
+const std::string& Variant::AsStr() const noexcept {
+  const auto* const text = std::get_if<std::string>(&value_);
+  return text != nullptr ? *text : Immortal<const std::string>();
+}
+
+std::shared_ptr<Variant> MakeVariant() {
+  return std::make_shared<Variant>();
+}
+
+}  // namespace base::variant

@@ -1,0 +1,44 @@
+#include <plenar_base/future.h>
+
+#include <utility>
+
+#include "immortal.h"
+#include "threading/looper_core.h"
+
+namespace base::future {
+namespace {
+
+class LooperExecutor final : public FutureExecutor {
+ public:
+  TaskId PostTask(std::function<void()> task, Location location) override {
+    return PostDelayedTask(0, std::move(task), location);
+  }
+
+  TaskId PostDelayedTask(std::uint64_t delay_ms, std::function<void()> task,
+                         Location location) override {
+    const auto looper = threading::CurrentLooperCore();
+    if (!looper) return 0;
+    const auto slot = looper->Schedule(looper->NowPlus(delay_ms), std::move(task), location);
+    return slot ? slot->sequence : 0;
+  }
+
+  void CancelTask(TaskId id) override {
+    if (const auto looper = threading::CurrentLooperCore()) looper->Cancel(id);
+  }
+};
+
+struct Shared {
+  const std::shared_ptr<FutureExecutor> executor = std::make_shared<LooperExecutor>();
+};
+
+}  // namespace
+
+std::shared_ptr<FutureExecutor> MainLooperExecutor() {
+  return Immortal<Shared>().executor;
+}
+
+std::shared_ptr<VariantFuture> MakeVariantFuture() {
+  return std::make_shared<VariantFuture>();
+}
+
+}  // namespace base::future

@@ -1,0 +1,71 @@
+#include <plenar_base_control/simulated_time.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace base::time {
+namespace {
+
+using Deadline = std::optional<std::uint64_t>;
+
+Deadline Earlier(const Deadline& a, const Deadline& b) {
+  if (!a || !b) return a ? a : b;
+  return std::min(*a, *b);
+}
+
+}  // namespace
+
+SimulatedTime::SimulatedTime(std::uint64_t wall_seconds)
+    : wall_offset_seconds_(static_cast<std::int64_t>(wall_seconds)) {}
+
+std::uint64_t SimulatedTime::SteadyMilliseconds() const noexcept {
+  return steady_ms_;
+}
+
+std::uint64_t SimulatedTime::WallSeconds() const noexcept {
+  return static_cast<std::uint64_t>(wall_offset_seconds_) + steady_ms_ / 1000;
+}
+
+void SimulatedTime::JumpWall(std::int64_t seconds) noexcept {
+  wall_offset_seconds_ += seconds;
+}
+
+void SimulatedTime::AddParticipant(SimulatedTimeParticipant& participant) {
+  participants_.push_back(&participant);
+}
+
+void SimulatedTime::RemoveParticipant(SimulatedTimeParticipant& participant) {
+  std::erase(participants_, &participant);
+}
+
+void SimulatedTime::Settle(threading::MainLooperScope& looper) {
+  std::size_t ran = 0;
+  do {
+    ran = looper.RunUntilIdle();
+    for (SimulatedTimeParticipant* const participant : participants_) {
+      ran += participant->AdvanceTo(steady_ms_);
+    }
+  } while (ran > 0);
+}
+
+void SimulatedTime::RunFor(threading::MainLooperScope& looper, std::uint64_t milliseconds) {
+  const std::uint64_t now = steady_ms_;
+  const std::uint64_t end =
+      now + std::min(milliseconds, std::numeric_limits<std::uint64_t>::max() - now);
+  const auto next_deadline = [&] {
+    Deadline next = looper.NextDeadline();
+    for (SimulatedTimeParticipant* const participant : participants_) {
+      next = Earlier(next, participant->NextDeadline());
+    }
+    return next;
+  };
+
+  Settle(looper);
+  for (Deadline next = next_deadline(); next && *next <= end; next = next_deadline()) {
+    steady_ms_ = std::max<std::uint64_t>(*next, steady_ms_);
+    Settle(looper);
+  }
+  steady_ms_ = end;
+}
+
+}  // namespace base::time
