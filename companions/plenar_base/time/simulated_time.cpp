@@ -61,8 +61,11 @@ void SimulatedTime::RunFor(threading::MainLooperScope& looper, std::uint64_t mil
   };
 
   Settle(looper);
-  for (Deadline next = next_deadline(); next && *next <= end; next = next_deadline()) {
-    steady_ms_ = std::max<std::uint64_t>(*next, steady_ms_);
+  // Nothing is left that is due now, unless this was called inside a task: then tasks have to wait
+  // until time has passed, as with a busy looper.
+  for (Deadline next = next_deadline(); next && *next > steady_ms_ && *next <= end;
+       next = next_deadline()) {
+    steady_ms_ = *next;
     Settle(looper);
   }
   steady_ms_ = end;
