@@ -1,0 +1,19 @@
+#pragma once
+
+#include "windef.h"
+
+struct RTL_OSVERSIONINFOW {
+  DWORD dwOSVersionInfoSize;
+  DWORD dwMajorVersion;
+  DWORD dwMinorVersion;
+  DWORD dwBuildNumber;
+  DWORD dwPlatformId;
+  WCHAR szCSDVersion[128];
+};
+using PRTL_OSVERSIONINFOW = RTL_OSVERSIONINFOW*;
+
+extern "C" {
+
+SIMULATED_PC_EXPORT NTSTATUS NTAPI RtlGetVersion(PRTL_OSVERSIONINFOW information);
+
+}  // extern "C"
