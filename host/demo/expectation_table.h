@@ -1,0 +1,47 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/demo/observation.h"
+
+namespace qvs_host {
+
+/// Something that is to be observed an exact number of times.
+struct Expectation {
+  std::string what;  ///< In words.
+  Kind kind;
+  std::string text;  ///< Is contained in the observation.
+  int times = 1;     ///< 0: it must not happen.
+};
+
+/// What was to happen, step by step, and how often it did.
+class ExpectationTable {
+ public:
+  /// Begins a step: what earlier steps expected is settled.
+  void BeginStep();
+  /// Adds to what the present step expects.
+  void Expect(const std::vector<Expectation>& expectations);
+
+  /// Counts an observation for every expectation of the present step that it fits.
+  void Observe(Kind kind, std::string_view text);
+
+  /// Whether there is anything to check, and everything was seen as often as it was expected.
+  [[nodiscard]] bool AllMet() const;
+
+  /// Writes a line per expectation.
+  void Print(std::ostream& out) const;
+
+ private:
+  struct Row {
+    Expectation expected;
+    int seen = 0;
+  };
+
+  std::vector<Row> rows_;
+  std::size_t step_begin_ = 0;  ///< The present step's first row.
+};
+
+}  // namespace qvs_host

@@ -1,0 +1,58 @@
+#include "host/terminal.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <thread>
+#include <utility>
+
+namespace qvs_host {
+
+void PrepareStandardStreams() {
+  signal(SIGPIPE, SIG_IGN);
+  for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+    // The lowest free number is taken, which is this one; reading only, so that writing fails.
+    if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", O_RDONLY) == -1) return;
+  }
+}
+
+std::vector<std::string> ArgumentsInUtf8(int argc, char** argv) {
+  return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+/// The signals are blocked in every thread, and taken by one that does nothing else.
+class InterruptWatch::Impl {
+ public:
+  explicit Impl(std::function<void()> interrupted) {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    sigaddset(&signals_, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals_, &former_mask_);
+    waiter_ = std::thread([this, interrupted = std::move(interrupted)] {
+      int signal = 0;
+      while (sigwait(&signals_, &signal) == 0 && !ending_) interrupted();
+    });
+  }
+
+  ~Impl() {
+    ending_ = true;
+    pthread_kill(waiter_.native_handle(), SIGTERM);
+    waiter_.join();
+    pthread_sigmask(SIG_SETMASK, &former_mask_, nullptr);
+  }
+
+ private:
+  sigset_t signals_{};
+  sigset_t former_mask_{};
+  std::atomic<bool> ending_ = false;
+  std::thread waiter_;
+};
+
+InterruptWatch::InterruptWatch(std::function<void()> interrupted)
+    : impl_(std::make_unique<Impl>(std::move(interrupted))) {}
+
+InterruptWatch::~InterruptWatch() = default;
+
+}  // namespace qvs_host

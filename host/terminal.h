@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// How the program and its terminal meet; one source per platform.
+namespace qvs_host {
+
+/// Makes writing to a closed standard stream fail, rather than end the process or reach a file that
+/// was opened later. To be called first in `main`.
+void PrepareStandardStreams();
+
+/// The program's arguments as UTF-8, without its name.
+[[nodiscard]] std::vector<std::string> ArgumentsInUtf8(int argc, char** argv);
+
+/// Calls a function, on a thread of its own, when the user asks the program to end (Ctrl-C). To be
+/// made before any other thread, one at a time.
+class InterruptWatch {
+ public:
+  explicit InterruptWatch(std::function<void()> interrupted);
+  ~InterruptWatch();
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace qvs_host
