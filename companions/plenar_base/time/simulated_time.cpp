@@ -68,7 +68,7 @@ void SimulatedTime::RunFor(threading::MainLooperScope& looper, std::uint64_t mil
     steady_ms_ = *next;
     Settle(looper);
   }
-  steady_ms_ = end;
+  steady_ms_ = std::max<std::uint64_t>(end, steady_ms_);
 }
 
 }  // namespace base::time
