@@ -39,7 +39,7 @@ struct LogStream {
 /// Writes one log line: made by a log statement, filled through `Stream()`, emitted by its
 /// destructor at the end of the statement. Belongs to the thread that made it. Nothing fails
 /// visibly: when memory runs out, that one line is lost.
-class __logwriter {  // NOLINT(bugprone-reserved-identifier)
+class __logwriter {
  public:
   using Sink = std::function<void(std::string&& tag, std::string&& file, int line,
                                   std::string&& function, int level, std::string&& message)>;
@@ -105,17 +105,17 @@ consteval const char* BaseName(const char* path) {
 #define QV_LOG(level) QV_LOG_AT(level, __func__, __LINE__)
 
 /// A log statement whose function and line are fixed texts of the log, wherever it stands.
-#define QV_LOG_AT(level, function, line)                 \
-  if (::base::log::GetLogLevel() < (level)) {            \
-  } else /* NOLINT(readability-misleading-indentation)*/ \
+#define QV_LOG_AT(level, function, line)      \
+  if (::base::log::GetLogLevel() < (level)) { \
+  } else                                      \
     QV_LOG_WRITER(level, function, line)
 
 /// A log statement that first, and only if the line is written, takes `value` into `name`: for
 /// error codes, which building the writer can overwrite.
-#define QV_LOG_TAKING(level, name, value)                \
-  if (::base::log::GetLogLevel() < (level)) {            \
-  } else if (const auto name = (value); false) {         \
-  } else /* NOLINT(readability-misleading-indentation)*/ \
+#define QV_LOG_TAKING(level, name, value)        \
+  if (::base::log::GetLogLevel() < (level)) {    \
+  } else if (const auto name = (value); false) { \
+  } else                                         \
     QV_LOG_WRITER(level, __func__, __LINE__)
 
 #define QV_LOG_WRITER(level, function, line)                                                     \
