@@ -1,0 +1,13 @@
+#include <windows.h>
+
+#include "radio/radio.h"
+
+/// When the library is unloaded, none of its threads is alive, since each keeps it loaded, and only
+/// memory is left to release. At the end of the process the system has ended the threads wherever
+/// they were: locks may be held for ever, and nothing must be touched.
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID at_process_end) {
+  if (reason == DLL_PROCESS_DETACH && at_process_end == nullptr) {
+    plenar_ble::Radio::Instance().Clear();
+  }
+  return TRUE;
+}
