@@ -11,7 +11,7 @@
 #include "radio/control.h"
 #include "radio/radio.h"
 
-// The library's exports. They are named once more where the library is linked.
+// The exported functions. Which symbols show is said where the library is linked.
 
 namespace {
 
