@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Runs Windows programs without a display, in a Windows of their own:
+#   scripts/wine.sh FOLDER run PROGRAM [ARGUMENTS]   FOLDER is made on first use
+#   scripts/wine.sh FOLDER stop                      ends every program that still runs in it
+#   scripts/wine.sh FOLDER remove                    the same, and removes it
+set -euo pipefail
+
+folder=${1:?usage: scripts/wine.sh FOLDER run|stop|remove [PROGRAM ARGUMENTS]}
+action=${2:?no action was named}
+shift 2
+
+unset DISPLAY WAYLAND_DISPLAY
+export WINEPREFIX=$folder/prefix
+export HOME=$folder/home # where the user's folders in it lead
+export WINEARCH=win64
+export WINEDEBUG=${WINEDEBUG--all}
+export LC_ALL=C.UTF-8 # otherwise names of files outside of ASCII cannot be opened
+# Nothing asks to be installed, no menu of the user's is touched, and a crash ends the program instead
+# of waiting for a debugger. A radio finder that stands beside a program takes the system's place.
+export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe=;bthprops.cpl=n,b'
+PATH=$PATH:/usr/lib/wine
+command -v wine64 >/dev/null || {
+  echo "error: wine64 is not installed" >&2
+  exit 1
+}
+
+stop() {
+  [ -d "$WINEPREFIX" ] || return 0
+  wineserver -k 2>/dev/null || true # fails when nothing runs
+  wineserver -w
+}
+
+# The folder is complete when the file `ready` is in it.
+make() {
+  stop
+  rm -rf "$WINEPREFIX"
+  mkdir -p "$WINEPREFIX" "$HOME"
+  wine64 wineboot --init >"$folder/log" 2>&1 &&
+    wine64 reg add 'HKCU\Software\Wine' /v Version /d win10 /f >>"$folder/log" 2>&1 &&
+    wine64 reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >>"$folder/log" 2>&1 || {
+    tail -n 5 "$folder/log" >&2
+    echo "error: could not set up $WINEPREFIX" >&2
+    exit 1
+  }
+  stop # the settings count from the next start on
+  touch "$folder/ready"
+}
+
+case $action in
+run)
+  if [ ! -e "$folder/ready" ]; then
+    mkdir -p "$folder"
+    exec 9>"$folder/lock"
+    flock 9
+    [ -e "$folder/ready" ] || make 9>&-
+    exec 9>&-
+  fi
+  exec wine64 "$@"
+  ;;
+stop) stop ;;
+remove)
+  stop
+  rm -rf "$folder"
+  ;;
+*)
+  echo "error: unknown action $action" >&2
+  exit 2
+  ;;
+esac
