@@ -23,7 +23,7 @@ struct Device {
   std::string instance_id;  ///< For example "USB\\VID_0A12&PID_0001\\5&1".
   /// The registry key "...\Enum\<instance_id>\Device Parameters" exists.
   bool has_parameters_key = true;
-  std::optional<RegistryValue> write_scan_enable;
+  std::optional<RegistryValue> write_scan_enable = {};
 };
 
 /// One of the stand-in calls, as `SetCallObserver` and `FailNext` name it: "CreateWindowExA".
