@@ -86,9 +86,10 @@ std::wstring ModulePath(HMODULE module) {
   const link_map& map = FindModule(module);
   const bool is_executable = module == nullptr || module == ExecutableModule();
   try {
-    std::wstring path = (is_executable ? ExecutablePath() : fs::absolute(map.l_name)).wstring();
-    std::ranges::replace(path, L'/', L'\\');
-    return path;
+    const auto path = (is_executable ? ExecutablePath() : fs::absolute(map.l_name)).u32string();
+    std::wstring text(path.begin(), path.end());
+    std::ranges::replace(text, L'/', L'\\');
+    return text;
   } catch (const std::system_error&) {
     throw Win32Error{ERROR_NO_UNICODE_TRANSLATION};
   }

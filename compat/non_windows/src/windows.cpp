@@ -29,25 +29,6 @@ NewWindow AddWindow(LPCSTR class_name, DWORD style, HWND parent, HINSTANCE insta
   return {handle, window_class->procedure};
 }
 
-/// Sends the messages of a creation; false if the procedure refuses the window, which then has
-/// got the messages of its end too.
-bool AnnounceCreation(const NewWindow& window, CREATESTRUCTA& description) {
-  const auto send = [&](UINT message, LPARAM lparam = 0) {
-    return window.procedure(window.handle, message, 0, lparam);
-  };
-  const auto lparam = reinterpret_cast<LPARAM>(&description);
-  if (send(WM_NCCREATE, lparam) == FALSE) {
-    send(WM_NCDESTROY);
-    return false;
-  }
-  if (send(WM_CREATE, lparam) == -1) {
-    send(WM_DESTROY);
-    send(WM_NCDESTROY);
-    return false;
-  }
-  return true;
-}
-
 void Destroy(HWND window) {
   WNDPROC procedure = nullptr;
   {
@@ -61,6 +42,24 @@ void Destroy(HWND window) {
   procedure(window, WM_NCDESTROY, 0, 0);
   LockedPc pc;
   RemoveWindow(pc, window);
+}
+
+bool Exists(HWND window) {
+  return LockedPc()->desktop.windows.contains(window);
+}
+
+/// Sends the messages of a creation; false if the window does not survive them.
+bool AnnounceCreation(const NewWindow& window, CREATESTRUCTA& description) {
+  const auto lparam = reinterpret_cast<LPARAM>(&description);
+  if (window.procedure(window.handle, WM_NCCREATE, 0, lparam) == FALSE) {
+    window.procedure(window.handle, WM_NCDESTROY, 0, 0);
+    LockedPc pc;
+    RemoveWindow(pc, window.handle);
+    return false;
+  }
+  const bool refused = window.procedure(window.handle, WM_CREATE, 0, lparam) == -1;
+  if (refused && Exists(window.handle)) Destroy(window.handle);
+  return Exists(window.handle);
 }
 
 void DropThread(ThreadId thread) {
@@ -125,11 +124,7 @@ HWND CreateWindowExA(DWORD extended_style, LPCSTR class_name, LPCSTR title, DWOR
                                  .lpszClass = class_name,
                                  .dwExStyle = extended_style};
     const NewWindow window = AddWindow(class_name, style, parent, instance);
-    const bool accepted = AnnounceCreation(window, description);
-    LockedPc pc;
-    if (accepted) return pc->desktop.windows.contains(window.handle) ? window.handle : nullptr;
-    RemoveWindow(pc, window.handle);
-    return nullptr;
+    return AnnounceCreation(window, description) ? window.handle : nullptr;
   });
 }
 
