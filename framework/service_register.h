@@ -14,11 +14,13 @@ class ServiceRegister {
  public:
   ServiceRegister(const ServiceRegister&) = delete;
   ServiceRegister& operator=(const ServiceRegister&) = delete;
-  virtual ~ServiceRegister() = default;
+  // Naming the registrar makes the compiler define it. A virtual destructor is compiled for every
+  // class that derives from this one; a constructor would be only where objects are made, which is
+  // in what the registrar registers.
+  virtual ~ServiceRegister() { static_cast<void>(&registrar_); }
 
  protected:
-  // Naming the registrar makes the compiler define it for every class that derives from this one.
-  ServiceRegister() noexcept { static_cast<void>(&registrar_); }
+  ServiceRegister() = default;
 
  private:
   using Factory = ServiceFactory<Args...>;
