@@ -59,16 +59,21 @@ int Run(const CommandLine& line) {
 
 int Print(const Notice& notice) {
   (notice.exit_status == kExitOk ? std::cout : std::cerr) << notice.text << std::flush;
-  return std::cout ? notice.exit_status : kExitFailed;
+  if (!std::cout) return Complain("cannot write to the standard output", kExitFailed);
+  return notice.exit_status;
+}
+
+/// The whole program, in its namespace.
+int Main(int argc, char** argv) {
+  PrepareStandardStreams();
+  const auto request = ParseCommandLine(ArgumentsInUtf8(argc, argv));
+  if (const auto* const notice = std::get_if<Notice>(&request)) return Print(*notice);
+  return Run(std::get<CommandLine>(request));
 }
 
 }  // namespace
 }  // namespace qvs_host
 
 int main(int argc, char** argv) {
-  using namespace qvs_host;
-  PrepareStandardStreams();
-  const auto request = ParseCommandLine(ArgumentsInUtf8(argc, argv));
-  if (const auto* notice = std::get_if<Notice>(&request)) return Print(*notice);
-  return Run(std::get<CommandLine>(request));
+  return qvs_host::Main(argc, argv);
 }

@@ -37,7 +37,7 @@ void PlayStep(const Step& step, Stage& stage, TimeLine& line, ExpectationTable& 
     return;
   }
   line.Title(step.title);
-  table.BeginStep();
+  table.BeginStep(step.title);
   table.Expect(step.expected);
   if (pc_is_ours) table.Expect(step.expected_of_pc);
   step.act(stage);
@@ -56,7 +56,7 @@ int RunDemo() {
     for (const Step& step : Script()) PlayStep(step, stage, *line, table, pc != nullptr);
   }
 
-  std::cout << "\nExpected, and seen\n";
+  std::cout << "\nWhat was expected, and how often it was seen\n\n";
   table.Print(std::cout);
   const bool all_met = table.AllMet();
   std::cout << (all_met ? "\nEverything happened as it was to happen.\n"

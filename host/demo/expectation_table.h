@@ -21,17 +21,18 @@ struct Expectation {
 class ExpectationTable {
  public:
   /// Begins a step: what earlier steps expected is settled.
-  void BeginStep();
-  /// Adds to what the present step expects.
+  void BeginStep(std::string title);
+  /// Adds to what the present step expects. There has to be one.
   void Expect(const std::vector<Expectation>& expectations);
 
   /// Counts an observation for every expectation of the present step that it fits.
   void Observe(Kind kind, std::string_view text);
 
-  /// Whether there is anything to check, and everything was seen as often as it was expected.
+  /// Whether every step, of which there is at least one, expected something, and everything was
+  /// seen as often as it was expected.
   [[nodiscard]] bool AllMet() const;
 
-  /// Writes a line per expectation.
+  /// Writes a line per step and per expectation.
   void Print(std::ostream& out) const;
 
  private:
@@ -39,9 +40,12 @@ class ExpectationTable {
     Expectation expected;
     int seen = 0;
   };
+  struct Step {
+    std::string title;
+    std::vector<Row> rows;
+  };
 
-  std::vector<Row> rows_;
-  std::size_t step_begin_ = 0;  ///< The present step's first row.
+  std::vector<Step> steps_;  ///< The last one is the present one.
 };
 
 }  // namespace qvs_host

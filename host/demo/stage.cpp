@@ -48,6 +48,7 @@ Stage::Stage(base::time::SimulatedTime& time, TimeLine& line, DemoPc* pc)
 
 void Stage::LetTimePass(std::uint64_t milliseconds) {
   time_.RunFor(looper_, milliseconds);
+  time_.Settle(looper_);  // tells the radio the time, when nothing was due at the end
 }
 
 void Stage::CreateService() {
