@@ -20,9 +20,10 @@ std::int16_t SignalStrengthOf(const Address& sender) {
 }  // namespace
 
 Bytes EncodeDatagram(const Address& sender, ByteView advertising_data) {
-  Bytes datagram(kPrefix.begin(), kPrefix.end());
-  datagram.insert(datagram.end(), sender.begin(), sender.end());
-  datagram.insert(datagram.end(), advertising_data.begin(), advertising_data.end());
+  Bytes datagram(kDatagramHeaderLength + advertising_data.size());
+  auto next = std::copy(kPrefix.begin(), kPrefix.end(), datagram.begin());
+  next = std::copy(sender.begin(), sender.end(), next);
+  std::copy(advertising_data.begin(), advertising_data.end(), next);
   return datagram;
 }
 

@@ -95,7 +95,6 @@ void Scheduler::UseManualTime(std::uint64_t now) {
 void Scheduler::SetClock(std::optional<std::uint64_t> manual_now) {
   const std::uint64_t before = Now();
   manual_now_ = manual_now;
-  manual_limit_ = manual_now.value_or(0);
   std::multimap<std::uint64_t, Entry> moved;
   for (auto& [deadline, entry] : queue_) {
     const std::uint64_t remaining = deadline > before ? deadline - before : 0;
@@ -113,9 +112,10 @@ std::optional<std::uint64_t> Scheduler::NextDeadline() const {
 std::size_t Scheduler::AdvanceTo(std::uint64_t now, Lock& lock) {
   if (!manual_now_) return 0;
   const std::size_t before = runs_;
-  manual_limit_ = std::max(manual_limit_, now);
+  manual_limit_ = now;
   wake_.notify_one();
   quiet_.wait(lock, [this] { return !busy_ && !IsDue(); });
+  manual_limit_.reset();
   if (manual_now_) manual_now_ = std::max(*manual_now_, now);
   return runs_ - before;
 }
@@ -125,7 +125,8 @@ std::uint64_t Scheduler::Now() const {
 }
 
 bool Scheduler::IsDue() const {
-  return !queue_.empty() && queue_.begin()->first <= (manual_now_ ? manual_limit_ : SteadyNow());
+  const std::optional<std::uint64_t> limit = manual_now_ ? manual_limit_ : SteadyNow();
+  return limit && !queue_.empty() && queue_.begin()->first <= *limit;
 }
 
 void Scheduler::Add(std::uint64_t delay, Entry entry) {

@@ -86,7 +86,8 @@ class Scheduler {
   bool running_cancelled_ = false;
   std::size_t runs_ = 0;
   std::optional<std::uint64_t> manual_now_;
-  std::uint64_t manual_limit_ = 0;  // Tasks due up to here may run.
+  std::optional<std::uint64_t>
+      manual_limit_;  // While `AdvanceTo` runs: what is due by then may run.
 };
 
 }  // namespace plenar_ble
