@@ -1,15 +1,16 @@
-#include <plenar_base/log.h>
-#include <plenar_base/log_sink.h>
-#include <plenar_base_control/simulated_time.h>
-
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <plenar_base/log.h>
+#include <plenar_base/log_sink.h>
+#include <plenar_base_control/simulated_time.h>
 
 using namespace base::log;
 
@@ -35,7 +36,10 @@ class LogTest : public testing::Test {
     AddLogSink(sink_);
     AddLogSink(sink_);
   }
-  ~LogTest() override { RemoveLogSink(sink_); }
+  ~LogTest() override {
+    RemoveLogSink(sink_);
+    SetLogLevel(0);
+  }
 
   const std::shared_ptr<Lines> sink_ = std::make_shared<Lines>();
 };
@@ -97,13 +101,16 @@ TEST_F(LogTest, ASinkThatThrowsOrLogsHoldsUpNobody) {
     }
   };
   const auto last = std::make_shared<Lines>();
-  AddLogSink(std::make_shared<Faulty>());
+  const auto faulty = std::make_shared<Faulty>();
+  AddLogSink(faulty);
   AddLogSink(last);
   AddLogSink(nullptr);
   SetLogLevel(6);
   Print(6, "one");
   Print(6, "two");
   EXPECT_EQ(last->lines.size(), 2u);
+  RemoveLogSink(faulty);
+  RemoveLogSink(last);
 }
 
 TEST_F(LogTest, FileSinkAppendsLineByLine) {
@@ -134,6 +141,7 @@ TEST_F(LogTest, StderrSinkWritesTheLine) {
   testing::internal::CaptureStderr();
   Print(6, "text");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), sink_->lines.at(0) + "\n");
+  RemoveLogSink(sink);
 }
 
 TEST_F(LogTest, TellsHowManyLinesWereCut) {

@@ -20,8 +20,8 @@ class LoopTest : public testing::TestWithParam<Clock> {
   LoopTest() {
     if (GetParam() == Clock::kSimulated) {
       simulated_ = std::make_shared<base::time::SimulatedTime>();
-      base::time::SetTimeSource(simulated_);
     }
+    base::time::SetTimeSource(simulated_);
     looper_.emplace();
   }
 

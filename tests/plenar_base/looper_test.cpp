@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <thread>
@@ -144,4 +145,5 @@ TEST_P(LooperTest, WakesForWindowMessages) {
   looper_->Run();
   second_poster.join();
   DestroyWindow(window);
+  UnregisterClassA(window_class.lpszClassName, nullptr);
 }

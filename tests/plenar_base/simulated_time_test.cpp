@@ -1,12 +1,13 @@
-#include <plenar_base_control/simulated_time.h>
-
+#include <functional>
+#include <memory>
+#include <optional>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <plenar_base/looper.h>
 #include <plenar_base/time.h>
 #include <plenar_base/timer.h>
-
-#include <gtest/gtest.h>
+#include <plenar_base_control/simulated_time.h>
 
 using base::threading::LooperThread;
 using base::threading::MainLooperScope;

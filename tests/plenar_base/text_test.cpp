@@ -1,10 +1,10 @@
+#include <filesystem>
+#include <string>
+
 #include <gtest/gtest.h>
 #include <plenar_base/crypto.h>
-#include <plenar_base/deviceinfo.h>
 #include <plenar_base/file.h>
 #include <plenar_base/stringhelp.h>
-
-#include <filesystem>
 
 using util::stringhelp::StringToWString;
 using util::stringhelp::UnicodeToUtf8;
@@ -32,10 +32,6 @@ TEST(FilePathTest, HasExactlyOneSeparator) {
   EXPECT_EQ(util::file::MakeFilePath("/dir/", "name"), "/dir/name");
   EXPECT_EQ(util::file::MakeFilePath("dir", "name"), "dir" + separator + "name");
   EXPECT_EQ(util::file::MakeFilePath("", "name"), "name");
-}
-
-TEST(DeviceInfoTest, TheMachineRunsWindows10) {
-  EXPECT_TRUE(util::deviceinfo::IsWin10OrLater());
 }
 
 TEST(UnicodeTest, WellFormedTextGoesThereAndBack) {
@@ -74,9 +70,9 @@ TEST(UnicodeTest, IllFormedTextIsReplaced) {
   for (const auto& row : from_utf8) EXPECT_EQ(StringToWString(row.utf8), row.wide);
 
   const std::string replacement = "\xEF\xBF\xBD";
-  for (const wchar_t unit : {0xD800, 0xDBFF, 0xDC00, 0xDFFF}) {
+  for (const wchar_t unit : {L'\xD800', L'\xDBFF', L'\xDC00', L'\xDFFF'}) {
     EXPECT_EQ(UnicodeToUtf8({L'a', unit, L'z'}), "a" + replacement + "z");
     EXPECT_EQ(UnicodeToUtf8({unit}), replacement);
   }
-  EXPECT_EQ(UnicodeToUtf8({wchar_t{0xDC00}, wchar_t{0xD800}}), replacement + replacement);
+  EXPECT_EQ(UnicodeToUtf8({L'\xDC00', L'\xD800'}), replacement + replacement);
 }

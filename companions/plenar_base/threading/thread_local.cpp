@@ -1,11 +1,11 @@
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <plenar_base/thread_local.h>
+
+#include "threading/thread_pointer.h"
 
 namespace base::threading {
 namespace {
@@ -17,34 +17,12 @@ struct Slot {
 };
 using Slots = std::vector<Slot>;
 
-// A plain pointer, so that it can be read at any time in the life of its thread.
-thread_local Slots* slots = nullptr;
-
-void CleanUp() {
-  // A cleanup that sets a value makes new slots.
-  const std::unique_ptr<Slots> ended(std::exchange(slots, nullptr));
-  if (!ended) return;
-  for (const Slot& slot : *ended) {
-    if (slot.value != nullptr && slot.cleanup != nullptr) slot.cleanup(slot.value);
-  }
+Slots* CurrentSlots() noexcept {
+  return static_cast<Slots*>(GetThreadPointer());
 }
 
-struct CleanUpAtThreadExit {
-  ~CleanUpAtThreadExit() { CleanUp(); }
-};
-
-template <int nth>
-void ArmCleanUp() {
-  thread_local const CleanUpAtThreadExit at_exit;
-  static_cast<void>(at_exit);
-}
-
-/// Slots that are made anew while their thread is ending need a clean-up that has not run yet. A
-/// thread that uses up all of these loses what it sets after that.
-constexpr std::array kArmCleanUp = {&ArmCleanUp<0>, &ArmCleanUp<1>, &ArmCleanUp<2>, &ArmCleanUp<3>};
-thread_local std::size_t armed = 0;
-
-Slot* Find(std::string_view key) {
+Slot* Find(std::string_view key) noexcept {
+  Slots* const slots = CurrentSlots();
   if (slots == nullptr) return nullptr;
   const auto found = std::find_if(slots->begin(), slots->end(),
                                   [key](const Slot& slot) { return slot.key == key; });
@@ -52,6 +30,13 @@ Slot* Find(std::string_view key) {
 }
 
 }  // namespace
+
+void ReleaseThreadPointer(void* pointer) {
+  const std::unique_ptr<Slots> slots(static_cast<Slots*>(pointer));
+  for (const Slot& slot : *slots) {
+    if (slot.value != nullptr && slot.cleanup != nullptr) slot.cleanup(slot.value);
+  }
+}
 
 void* ThreadLocal::GetValue(std::string_view key) noexcept {
   const Slot* const slot = Find(key);
@@ -64,14 +49,15 @@ void ThreadLocal::SetValue(std::string_view key, void* value, Cleanup cleanup) {
     slot->cleanup = cleanup;
   } else if (value != nullptr) {
     EnsureInitializedForCurrentThread();
-    slots->push_back({std::string(key), value, cleanup});
+    CurrentSlots()->push_back({std::string(key), value, cleanup});
   }
 }
 
 void ThreadLocal::EnsureInitializedForCurrentThread() {
-  if (slots != nullptr) return;
-  slots = new Slots;
-  if (armed < kArmCleanUp.size()) kArmCleanUp[armed++]();
+  if (CurrentSlots() != nullptr) return;
+  auto slots = std::make_unique<Slots>();
+  SetThreadPointer(slots.get());
+  slots.release();  // owned by the thread now
 }
 
 }  // namespace base::threading
