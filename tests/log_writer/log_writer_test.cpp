@@ -32,9 +32,10 @@ __logwriter Writer(int level, int max_length = 1024) {
 }
 
 TEST(LogStatement, CarriesPlaceAndPieces) {
+  constexpr int kLine = __LINE__ + 1;
   QV_LOG(4) << "text" << std::string("string") << std::int32_t{-5};
-  EXPECT_THAT(log_double::Get().lines, ElementsAre(Line{"", "log_writer_test.cpp", __LINE__ - 2,
-                                                        "TestBody", 4, "textstring-5"}));
+  EXPECT_THAT(log_double::Get().lines,
+              ElementsAre(Line{"", "log_writer_test.cpp", kLine, "TestBody", 4, "textstring-5"}));
 }
 
 TEST(LogStatement, NamesALambda) {

@@ -83,10 +83,14 @@ ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) 
   radio_ = control();
   radio_->SetAir(plenar_ble_control::Air::kInProcess);
   radio_->UseManualTime(time_->SteadyMilliseconds());
+  ObserveRadio();
+  radio_in_time_ = std::make_unique<RadioInTime>(*time_, *radio_);
+}
+
+void ModuleTest::ObserveRadio() {
   radio_->SetCallObserver([this](std::string_view function, const std::string& arguments) {
     recorder_.Add(kBle, "ble " + std::string(function) + '(' + arguments + ')');
   });
-  radio_in_time_ = std::make_unique<RadioInTime>(*time_, *radio_);
 }
 
 ModuleTest::~ModuleTest() {
@@ -118,7 +122,19 @@ void ModuleTest::LoadModule() {
 void ModuleTest::UnloadModule() {
   while (!services_.empty()) DestroyService(services_.back());
   Settle();
+  if (ble_api_->IsOpen()) DropModulesCallables();
   module_.reset();
+}
+
+void ModuleTest::DropModulesCallables() {
+  radio_->SetCallObserver(nullptr);
+  ble_api_->Function<decltype(BleSetLogFunc)>("BleSetLogFunc")(nullptr);
+  ble_api_->Function<decltype(BleClientSetReceivedBroadcastCB)>("BleClientSetReceivedBroadcastCB")(
+      nullptr);
+  ble_api_->Function<decltype(BleClientSetStoppedWatchBroadcastCB)>(
+      "BleClientSetStoppedWatchBroadcastCB")(nullptr);
+  ble_api_->Function<decltype(BleServerSetStatusChangedCB)>("BleServerSetStatusChangedCB")(nullptr);
+  ObserveRadio();
 }
 
 quorvel_service::IService* ModuleTest::CreateService() {

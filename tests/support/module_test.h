@@ -122,6 +122,11 @@ class ModuleTest : public testing::Test {
  private:
   class RadioInTime;
 
+  void ObserveRadio();
+  /// As whoever keeps the library loaded for longer than the module: the library still holds
+  /// callables whose code goes with the module.
+  void DropModulesCallables();
+
   std::optional<SharedLibrary> ble_api_;
   std::optional<SharedLibrary> module_;
   std::unique_ptr<RadioInTime> radio_in_time_;

@@ -107,15 +107,15 @@ void RecordingListener::OnServiceEvent(std::uint64_t event_id,
   if (on_event) on_event(event_id);
 }
 
-testing::Matcher<const Lines&> Reads(std::initializer_list<std::string> expected) {
+testing::Matcher<const Lines&> Reads(const Lines& expected) {
   std::vector<testing::Matcher<std::string>> lines;
   std::transform(expected.begin(), expected.end(), std::back_inserter(lines),
                  [](const std::string& pattern) { return Line(pattern); });
   return testing::ElementsAreArray(lines);
 }
 
-testing::Matcher<const Lines&> Holds(std::initializer_list<std::string> expected) {
-  return InThisOrder(Lines(expected));
+testing::Matcher<const Lines&> Holds(const Lines& expected) {
+  return InThisOrder(expected);
 }
 
 }  // namespace qvs_test

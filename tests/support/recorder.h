@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -85,9 +84,9 @@ class RecordingListener final : public quorvel_service::IServiceListener {
 };
 
 /// Exactly these lines, in order; "*" stands for any text.
-testing::Matcher<const Lines&> Reads(std::initializer_list<std::string> expected);
+testing::Matcher<const Lines&> Reads(const Lines& expected);
 
 /// These lines, in order, with any others before, between and after.
-testing::Matcher<const Lines&> Holds(std::initializer_list<std::string> expected);
+testing::Matcher<const Lines&> Holds(const Lines& expected);
 
 }  // namespace qvs_test

@@ -1,0 +1,248 @@
+// The state of the adapter and the radio, the hidden window, and the walk over the radios.
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+using simulated_pc::Device;
+using simulated_pc::RegistryValue;
+
+constexpr std::uintptr_t kDeviceNodesChanged = 7;
+constexpr std::uintptr_t kDeviceArrival = 0x8000;
+
+class AdapterStateTest : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    CheckState();  // Delivers the report that is owed; the state is 0.
+    Take();
+  }
+
+  void ChangeSettings() {
+    pc_.NotifyDeviceChange(kDeviceNodesChanged);
+    Settle();
+  }
+};
+
+TEST_F(AdapterStateTest, IsTheFirstFaultOfAdapterRadioAndDiscoverability) {
+  const struct {
+    int adapter;
+    bool radio_on;
+    bool discoverable;
+    bool ask_discoverable;
+    int state;
+    const char* log;
+  } cases[] = {
+      {0, true, true, true, 0, nullptr},
+      {0, true, false, false, 0, nullptr},
+      {0, true, false, true, 6, "3 CheckBleState: ble radio is not discoverable"},
+      {0, false, false, true, 5, "3 CheckBleState: ble radio is turned off"},
+      {0, false, true, false, 5, "3 CheckBleState: ble radio is turned off"},
+      {6, true, true, true, 4, "3 CheckBleState: ble adapter not available, err: 6"},
+      {6, false, false, true, 4, "3 CheckBleState: ble adapter not available, err: 6"},
+      {3, true, true, false, 9, "3 CheckBleState: ble adapter not available, err: 3"},
+      {-7, true, true, false, 9, "3 CheckBleState: ble adapter not available, err: -7"},
+  };
+  int old = 0;
+  for (const auto& [adapter, radio_on, discoverable, ask, state, log] : cases) {
+    radio_->SetResult("BleCheckState", adapter);
+    pc_.SetRadioOn(radio_on);
+    pc_.SetDiscoverable(discoverable);
+    EXPECT_EQ(CheckState(ask), state);
+
+    Lines expected = {"ble BleCheckState()"};
+    if (log != nullptr) expected.emplace_back(log);
+    if (state != old) {
+      expected.push_back("6 CheckBleState: ble state change from: " + std::to_string(old) +
+                         ", to: " + std::to_string(state));
+    }
+    expected.push_back("ret " + std::to_string(state));
+    EXPECT_EQ(Take(), expected) << "the host's own check raises no event";
+    EXPECT_EQ(pc_.OpenHandleCount(), 0u);
+    old = state;
+  }
+}
+
+TEST_F(AdapterStateTest, ExaminesNoMoreThanItMust) {
+  const auto windows_calls = [this](bool ask) {
+    Take();
+    CheckState(ask);
+    return Take(kWindows);
+  };
+  EXPECT_THAT(windows_calls(false),
+              Reads({"win BluetoothFindFirstRadio(*)", "win BluetoothFindRadioClose(*)",
+                     "win CloseHandle(*)"}));
+  pc_.SetRadioOn(false);
+  EXPECT_THAT(windows_calls(true), Reads({"win BluetoothFindFirstRadio(*)"}));
+  radio_->SetResult("BleCheckState", 6);
+  EXPECT_THAT(windows_calls(true), Reads({}));
+}
+
+TEST_F(AdapterStateTest, AChangeOfSettingsIsReportedOnce) {
+  pc_.SetRadioOn(false);
+  ChangeSettings();
+  EXPECT_THAT(Take(), Reads({"6 MessageWndProc: system ble setting changed", "ble BleCheckState()",
+                             "3 CheckBleState: ble radio is turned off",
+                             "6 CheckBleState: ble state change from: 0, to: 5", "state 5"}));
+  ChangeSettings();
+  EXPECT_THAT(Take(), Reads({"6 MessageWndProc: system ble setting changed", "ble BleCheckState()",
+                             "3 CheckBleState: ble radio is turned off"}));
+}
+
+TEST_F(AdapterStateTest, WhatTheHostHasFoundItselfIsNoChange) {
+  pc_.SetRadioOn(false);
+  CheckState();
+  Take();
+  ChangeSettings();
+  EXPECT_THAT(Take(kEvent), Reads({}));
+}
+
+TEST_F(AdapterStateTest, AChangeOfSettingsDoesNotAskForDiscoverability) {
+  pc_.SetDiscoverable(false);
+  ChangeSettings();
+  EXPECT_THAT(Take(kEvent), Reads({}));
+  EXPECT_EQ(CheckState(true), 6);
+}
+
+TEST_F(AdapterStateTest, OtherDeviceChangesDoNothing) {
+  pc_.SetRadioOn(false);
+  for (const std::uintptr_t wparam : {kDeviceArrival, std::uintptr_t{0x8004}, std::uintptr_t{0}}) {
+    pc_.NotifyDeviceChange(wparam);
+    Settle();
+  }
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+TEST_F(AdapterStateTest, WhileDownAChangeOfSettingsFindsNobody) {
+  UnInit();
+  Take();
+  ChangeSettings();
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+TEST_F(AdapterStateTest, AChangeOnTheWayAtShutDownIsNoChange) {
+  pc_.SetRadioOn(false);
+  pc_.NotifyDeviceChange(kDeviceNodesChanged);
+  UnInit();
+  Take();
+  Settle();
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+TEST_F(AdapterStateTest, ANestedCheckDoesNotDeliverTheReportAgain) {
+  UnInit();
+  Init(0);
+  Take();
+  int nested = 0;
+  listener_.on_event = [&](auto) {
+    ++nested;
+    EXPECT_EQ(CheckState(), 0);
+  };
+  EXPECT_EQ(CheckState(), 0);
+  EXPECT_THAT(Take(kEvent | kResult),
+              Reads({"retry_info {\"is_success\":true,\"retry_time\":0}", "ret 0", "ret 0"}));
+  EXPECT_EQ(CheckState(), 0);
+  EXPECT_THAT(Take(kEvent), Reads({}));
+}
+
+TEST_F(AdapterStateTest, AReportOwedWithoutADelegateWaits) {
+  UnInit();
+  Init(0);
+  auto* const second = CreateService();
+  DestroyService(second);  // Takes BLE support down, and the delegate away.
+  Init(0);
+  Take();
+  ChangeSettings();
+  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
+}
+
+TEST_F(AdapterStateTest, TheWindowIsMadeForBluetoothNotifications) {
+  UnInit();
+  EXPECT_EQ(pc_.WindowCount(), 0u);
+  EXPECT_EQ(pc_.DeviceNotificationCount(), 0u);
+  EXPECT_TRUE(pc_.HasWindowClass("PlenarBLEStateClass"));
+  Take();
+  Init(0);
+  EXPECT_THAT(
+      Take(kWindows),
+      Holds({"win RegisterClassExA(*PlenarBLEStateClass*)", "win GetModuleHandleA(*)",
+             "win CreateWindowExA(*PlenarBLEStateClass*)", "win RegisterDeviceNotificationA(*)"}));
+  EXPECT_EQ(pc_.WindowCount(), 1u);
+  EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
+}
+
+TEST_F(AdapterStateTest, WithoutAWindowEverythingElseWorks) {
+  for (const char* call : {"RegisterClassExA", "CreateWindowExA", "RegisterDeviceNotificationA"}) {
+    UnInit();
+    pc_.FailNext(call, 8);
+    EXPECT_EQ(Init(0), 0) << call;
+    EXPECT_EQ(CheckState(), 0) << call;
+  }
+  EXPECT_EQ(pc_.DeviceNotificationCount(), 0u);
+  EXPECT_EQ(UnInit(), 0);
+}
+
+Device Radio(std::optional<RegistryValue> value) {
+  static int number = 0;
+  return {"USB\\VID_0A12&PID_0001\\" + std::to_string(++number), true, std::move(value)};
+}
+
+RegistryValue Number(std::uint8_t low, std::uint8_t high = 0) {
+  return {4, {low, 0, 0, high}};
+}
+
+TEST_F(AdapterStateTest, TheFirstRadioWithAnAnswerDecidesDiscoverability) {
+  const auto without_key = [] {
+    auto device = Radio(Number(1));
+    device.has_parameters_key = false;
+    return device;
+  };
+  const auto text = RegistryValue{1, {'1', 0, 0, 0}};
+  const auto binary = RegistryValue{3, {1, 0, 0, 0}};
+  const auto too_long = RegistryValue{4, {1, 0, 0, 0, 0, 0, 0, 0}};
+  const struct {
+    const char* description;
+    std::vector<Device> devices;
+    bool discoverable;
+  } cases[] = {
+      {"none", {}, false},
+      {"1", {Radio(Number(1))}, true},
+      {"0", {Radio(Number(0))}, false},
+      {"2", {Radio(Number(2))}, false},
+      {"3", {Radio(Number(3))}, false},
+      {"all four bytes count", {Radio(Number(1, 1))}, false},
+      {"first of two", {Radio(Number(1)), Radio(Number(0))}, true},
+      {"first of two", {Radio(Number(0)), Radio(Number(1))}, false},
+      {"no value, then 1", {Radio(std::nullopt), Radio(Number(1))}, true},
+      {"no key, then 1", {without_key(), Radio(Number(1))}, true},
+      {"text, then 1", {Radio(text), Radio(Number(1))}, true},
+      {"binary, then 1", {Radio(binary), Radio(Number(1))}, true},
+      {"too long, then 1", {Radio(too_long), Radio(Number(1))}, true},
+      {"no answer", {Radio(std::nullopt), without_key(), Radio(text)}, false},
+  };
+  for (const auto& [description, devices, discoverable] : cases) {
+    pc_.SetDevices(devices);
+    EXPECT_EQ(CheckState(true), discoverable ? 0 : 6) << description;
+    EXPECT_EQ(pc_.OpenHandleCount(), 0u) << description;
+  }
+}
+
+TEST_F(AdapterStateTest, AStepThatFailsLeadsToTheNextRadio) {
+  for (const char* call : {"SetupDiGetDeviceInstanceIdA", "RegOpenKeyExA", "RegQueryValueExA"}) {
+    pc_.SetDevices({Radio(Number(0)), Radio(Number(1))});
+    pc_.FailNext(call, 5);
+    EXPECT_EQ(CheckState(true), 0) << call;
+    EXPECT_EQ(pc_.OpenHandleCount(), 0u) << call;
+  }
+}
+
+TEST_F(AdapterStateTest, WithoutTheListOfRadiosNoneIsDiscoverable) {
+  pc_.FailNext("SetupDiGetClassDevsA", 1784);
+  EXPECT_EQ(CheckState(true), 6);
+  EXPECT_THAT(Take(kLog), Holds({"3 CheckBleRadioIsDiscoverable: SetupDiGetClassDevs failed, "
+                                 "system error: 1784",
+                                 "3 CheckBleState: ble radio is not discoverable"}));
+}
+
+}  // namespace
+}  // namespace qvs_test

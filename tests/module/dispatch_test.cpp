@@ -1,0 +1,185 @@
+// The tables of methods and events: ids, decoding of arguments, the form of results.
+#include <algorithm>
+#include <functional>
+#include <limits>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+namespace method = quorvel_service::windows_ble::method;
+namespace event = quorvel_service::windows_ble::event;
+using base::variant::Variant;
+
+using DispatchTest = ServiceTest;
+
+TEST_F(DispatchTest, ReachesEachOperationByItsId) {
+  const struct {
+    std::uint64_t id;
+    std::shared_ptr<Variant> arguments;
+    const char* log;
+  } cases[] = {
+      {0x12771AB0, Args({{"retry_time", 5}}), "3 Init: ble is already inited, retry_time = 5"},
+      {0x237FDF45, Args({{"need_check_discoverable", false}}),
+       "6 CheckBleState: ble state change from: 1, to: 0"},
+      {0x1AF60F51,
+       Args({{"start", true},
+             {"uuid", "u"},
+             {"scan_mode", 7u},
+             {"continue_callback_enable", true},
+             {"broadcast_cb_interval", 250}}),
+       "6 BleStartWatchBroadcast: start: 1, uuid: u, scan mode: 7continue_callback_enable: "
+       "1broadcast_cb_interval: 250"},
+      {0x36449713, Args({{"start", true}, {"uuid", kUuid}, {"custom_data", "abc"}}),
+       "6 BleStartBroadcast: start: 1, uuid: 12345678-9ABC-DEF0-1234-56789ABCDEF0, publisher "
+       "status: 4"},
+      {0x11D34E04, nullptr, "6 GetBleScanCache: get ble scan cache"},
+      {0x06D66975, nullptr, "6 UnInit: start ble uninit..."},
+  };
+  for (const auto& [id, arguments, log] : cases) {
+    EXPECT_EQ(Call(id, arguments), 0) << log;
+    EXPECT_THAT(Take(), Holds({log, "ret 0"}));
+  }
+}
+
+TEST_F(DispatchTest, RefusesEveryOtherId) {
+  for (const std::uint64_t id :
+       {std::uint64_t{12345}, std::uint64_t{0}, method::kUnInit + (std::uint64_t{1} << 32),
+        method::kInit | (std::uint64_t{1} << 63), std::numeric_limits<std::uint64_t>::max(),
+        event::kState}) {
+    const auto future = service_->Call(id, nullptr);
+    ASSERT_NE(future, nullptr);
+    EXPECT_EQ(future->GetState(), base::future::FutureState::kValueSet);
+    EXPECT_EQ(future->Value()->GetType(), Variant::Type::kEmpty);
+    const auto message = "method id:" + std::to_string(id) + "not found!";
+    EXPECT_THAT(Take(), Reads({"1 Call: " + message}));
+    EXPECT_EQ(sink_->Last("not found!"),
+              (LogLine{"", "windows_ble_service_base.cpp", 30, "Call", 1, message}));
+  }
+}
+
+TEST_F(DispatchTest, DecodesWhatTheHostGives) {
+  const auto scan_line = [](const char* start, const char* uuid, const char* mode,
+                            const char* continuous, const char* interval) {
+    return std::string("6 BleStartWatchBroadcast: start: ") + start + ", uuid: " + uuid +
+           ", scan mode: " + mode + "continue_callback_enable: " + continuous +
+           "broadcast_cb_interval: " + interval;
+  };
+  const auto with = [](const char* key, auto value) { return Args({{key, value}}); };
+  const struct {
+    const char* description;
+    std::shared_ptr<Variant> arguments;
+    std::string log;
+  } cases[] = {
+      {"null", nullptr, scan_line("0", "", "0", "0", "0")},
+      {"empty", base::variant::MakeVariant(), scan_line("0", "", "0", "0", "0")},
+      {"not an object", std::make_shared<Variant>(5), scan_line("0", "", "0", "0", "0")},
+      {"integer for boolean", with("start", 2), scan_line("1", "", "0", "0", "0")},
+      {"zero for boolean", with("start", 0), scan_line("0", "", "0", "0", "0")},
+      {"text for boolean", with("start", "true"), scan_line("0", "", "0", "0", "0")},
+      {"integer for text", with("uuid", 5), scan_line("0", "", "0", "0", "0")},
+      {"boolean for integer", with("scan_mode", true), scan_line("0", "", "1", "0", "0")},
+      {"negative", with("scan_mode", -1), scan_line("0", "", "0", "0", "0")},
+      {"huge", with("scan_mode", 1LL << 40), scan_line("0", "", "4294967295", "0", "0")},
+      {"negative 64", with("broadcast_cb_interval", -5LL), scan_line("0", "", "0", "0", "0")},
+      {"huge 64", with("broadcast_cb_interval", std::numeric_limits<unsigned long long>::max()),
+       scan_line("0", "", "0", "0", "18446744073709551615")},
+      {"text for integer", with("broadcast_cb_interval", "7"), scan_line("0", "", "0", "0", "0")},
+  };
+  for (const auto& [description, arguments, log] : cases) {
+    EXPECT_EQ(Call(method::kStartWatchBroadcast, arguments), 0) << description;
+    EXPECT_THAT(Take(), Holds({log, "ret 0"})) << description;
+  }
+}
+
+TEST_F(DispatchTest, SaturatesTheBudget) {
+  const std::pair<Variant, const char*> cases[] = {
+      {Variant(1LL << 31), "2147483647"},
+      {Variant(-(1LL << 40)), "-2147483648"},
+      {Variant(std::numeric_limits<unsigned long long>::max()), "2147483647"},
+      {Variant("3"), "0"},
+      {Variant(true), "1"},
+  };
+  for (const auto& [value, shown] : cases) {
+    Call(method::kInit, Args({{"retry_time", value}}));
+    EXPECT_THAT(Take(kLog),
+                Reads({std::string("3 Init: ble is already inited, retry_time = ") + shown}));
+  }
+}
+
+TEST_F(DispatchTest, LeavesTheHostsArgumentsAlone) {
+  const auto arguments = Args({{"start", false}});
+  Call(method::kStartWatchBroadcast, arguments);
+  EXPECT_EQ(arguments->Keys(), std::vector<std::string>{"start"});
+}
+
+TEST_F(DispatchTest, GivesAFutureThatIsCompleteAndOutlivesTheModule) {
+  auto future = service_->Call(method::kCheckBleState, nullptr);
+  int runs = 0;
+  future->Then(
+      [&](const std::shared_ptr<Variant>& value) { runs += 1 + value->Get("ret").AsInt32(); },
+      nullptr, base::Location(__FILE__, __LINE__));
+  EXPECT_EQ(runs, 1);
+  auto value = future->Value();
+  UnloadModule();
+  EXPECT_EQ(value->Get("ret").AsInt32(), 0);
+  future.reset();
+  value.reset();
+}
+
+TEST_F(DispatchTest, PutsEveryEventInOneMember) {
+  std::vector<std::pair<std::uint64_t, std::vector<std::string>>> seen;
+  listener_.on_event = [&](std::uint64_t id) {
+    seen.emplace_back(id, listener_.last_payload->Keys());
+  };
+  Init(0);
+  CheckState();
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  Scan(kUuid, 2, true);
+  radio_->ReportBroadcast(Broadcast("a"));
+  RunFor(500);
+  pc_.SetRadioOn(false);
+  pc_.NotifyDeviceChange(7);
+  Settle();
+  const std::vector<std::pair<std::uint64_t, std::vector<std::string>>> expected = {
+      {0x0A25AF5A, {"retry_info"}},
+      {0x2012BD8F, {"status_info"}},
+      {0x273BFEA1, {"device_json"}},
+      {0x3C3C199E, {"state"}}};
+  EXPECT_EQ(seen, expected);
+}
+
+TEST_F(DispatchTest, TurnsAThrowIntoResult3AndOneErrorLine) {
+  const struct {
+    const char* function;
+    std::function<int()> call;
+  } cases[] = {
+      {"BleCheckState", [this] { return CheckState(); }},
+      {"BleServerAddManufacturerData", [this] { return Advertise(kUuid, ""); }},
+      {"BleServerStopBroadcast", [this] { return StopAdvertising(); }},
+      {"BleClientSetScanMode", [this] { return Scan(kUuid, 0, false); }},
+  };
+  for (const auto& [function, call] : cases) {
+    radio_->ThrowFrom(function, 1);
+    EXPECT_EQ(call(), 3) << function;
+    const auto lines = Take(kLog);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const std::string& line) { return line.starts_with("3 "); }),
+              1)
+        << function << testing::PrintToString(lines);
+  }
+}
+
+TEST_F(DispatchTest, PassesTheLibrarysLogLinesOn) {
+  radio_->ReportLog("radio.cpp", 42, "Beam", 4, "text from the library");
+  radio_->ReportLog(nullptr, 1, nullptr, 4, nullptr);
+  Settle();
+  EXPECT_EQ(sink_->Last("text from the library"),
+            (LogLine{"PlenarBle", "radio.cpp", 42, "Beam", 4, "text from the library"}));
+  EXPECT_THAT(Take(kLibraryLog),
+              Holds({"PlenarBle 4 Beam: text from the library", "PlenarBle 4 : "}));
+}
+
+}  // namespace
+}  // namespace qvs_test

@@ -1,0 +1,185 @@
+// The module's exports, its registration at load and unload, and what it is linked with.
+#include <elf.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <set>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+using testing::UnorderedElementsAre;
+
+class EntryTest : public ModuleTest {
+ protected:
+  void SetUp() override { LoadModule(); }
+};
+
+TEST_F(EntryTest, MakesNothingForANameThatIsNotRegistered) {
+  for (const char* name :
+       {"", "service.windows_ble.windows_ble ", " service.windows_ble.windows_ble",
+        "Service.Windows_Ble.Windows_Ble", "service.windows_ble.windows_bl", "service"}) {
+    EXPECT_EQ(create_(name), nullptr) << '"' << name << '"';
+  }
+  EXPECT_EQ(create_(nullptr), nullptr);
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+TEST_F(EntryTest, MakesANewServiceEachTime) {
+  const auto* const first = CreateService();
+  const auto* const second = CreateService();
+  EXPECT_NE(first, second);
+}
+
+TEST_F(EntryTest, DestroysNull) {
+  destroy_(nullptr);
+  EXPECT_THAT(Take(kUsual | kWindows), Reads({}));
+}
+
+TEST_F(EntryTest, CreatingBringsBleUpAndDestroyingTakesItDown) {
+  service_ = CreateService();
+  EXPECT_THAT(Take(kLog | kBle), Reads({
+                                     "6 InitService: init Service",
+                                     "6 CheckSignature: full path: *plenar_ble_api.dll, dir:*\\",
+                                     "ble BleSetLogFunc(*)",
+                                     "6 Init: start ble init...,retry_time = 0",
+                                     "ble BleInit(*)",
+                                     "ble BleCheckState()",
+                                     "ble BleClientSetReceivedBroadcastCB(*)",
+                                     "ble BleClientSetStoppedWatchBroadcastCB(*)",
+                                     "ble BleServerSetStatusChangedCB(*)",
+                                     "6 Init: ble init success",
+                                 }));
+  EXPECT_EQ(sink_->Last("init Service"),
+            (LogLine{"", "windows_ble_service_impl.cpp", 11, "InitService", 6, "init Service"}));
+  EXPECT_TRUE(radio_->IsInitialised());
+
+  DestroyService(service_);
+  EXPECT_THAT(Take(), Reads({
+                          "6 UnInit: start ble uninit...",
+                          "ble BleUnInit()",
+                          "6 UnInit: ble uninit success",
+                      }));
+  EXPECT_FALSE(radio_->IsInitialised());
+}
+
+TEST_F(EntryTest, AllServicesShareOneWrapperAndTheLastInitGetsTheEvents) {
+  service_ = CreateService();
+  auto* const second = CreateService();
+  RecordingListener second_listener(recorder_, "second:");
+  second->AddListener(&second_listener);
+  second->RemoveListener(&listener_);
+  EXPECT_THAT(Take(), Holds({"3 Init: ble is already inited, retry_time = 0"}));
+
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStarted, BleError::kNone);
+  Settle();
+  EXPECT_THAT(Take(kEvent), Reads({"second: status_info {\"status\":2,\"err\":0}"}));
+
+  Init(0);
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  Settle();
+  EXPECT_THAT(Take(kEvent), Reads({"status_info {\"status\":4,\"err\":0}"}));
+
+  // The end of either is the end of events, and of BLE support, for both.
+  DestroyService(second);
+  EXPECT_EQ(CheckState(), 1);
+  EXPECT_EQ(Init(0), 0);
+}
+
+TEST_F(EntryTest, LoadsAndUnloadsForRealAgainAndAgain) {
+  for (int round = 0; round < 3; ++round) {
+    service_ = CreateService();
+    EXPECT_EQ(CheckState(), 0) << "state of the round before was kept";
+    EXPECT_THAT(Take(kLog), Holds({"6 CheckBleState: ble state change from: 1, to: 0"}));
+    UnloadModule();
+    EXPECT_FALSE(SharedLibrary::IsLoaded(kModule));
+    LoadModule();
+  }
+}
+
+TEST_F(EntryTest, UnloadingEndsTheTimersThatOutliveTheService) {
+  service_ = CreateService();
+  Scan(kUuid, 2, true, 500);
+  StopScan();
+  ASSERT_TRUE(looper_->NextDeadline().has_value());
+  UnloadModule();
+  EXPECT_FALSE(SharedLibrary::IsLoaded(kModule));
+  EXPECT_FALSE(looper_->NextDeadline().has_value());
+  Take();
+  RunFor(10'000);
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+/// The dynamic section of the built module, read from the file as any tool would.
+class ElfFile {
+ public:
+  explicit ElfFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    image_.assign(std::istreambuf_iterator<char>(file), {});
+  }
+
+  [[nodiscard]] std::multiset<std::string> Exports() const {
+    std::multiset<std::string> names;
+    ForEach<Elf64_Sym>(SHT_DYNSYM, [&](const Elf64_Sym& symbol, const char* strings) {
+      if (symbol.st_shndx != SHN_UNDEF) names.insert(strings + symbol.st_name);
+    });
+    return names;
+  }
+
+  [[nodiscard]] std::set<std::string> Needed() const {
+    std::set<std::string> names;
+    ForEach<Elf64_Dyn>(SHT_DYNAMIC, [&](const Elf64_Dyn& entry, const char* strings) {
+      if (entry.d_tag == DT_NEEDED) names.insert(strings + entry.d_un.d_val);
+    });
+    return names;
+  }
+
+ private:
+  template <class T>
+  [[nodiscard]] T At(std::size_t offset) const {
+    T value;
+    std::memcpy(&value, image_.data() + offset, sizeof value);
+    return value;
+  }
+
+  template <class Entry, class F>
+  void ForEach(std::uint32_t type, F visit) const {
+    const auto header = At<Elf64_Ehdr>(0);
+    const auto section = [&](std::size_t index) {
+      return At<Elf64_Shdr>(header.e_shoff + index * header.e_shentsize);
+    };
+    for (std::size_t i = 0; i < header.e_shnum; ++i) {
+      const auto table = section(i);
+      if (table.sh_type != type) continue;
+      const char* const strings = image_.data() + section(table.sh_link).sh_offset;
+      for (std::size_t at = 0; at < table.sh_size; at += sizeof(Entry)) {
+        visit(At<Entry>(table.sh_offset + at), strings);
+      }
+    }
+  }
+
+  std::vector<char> image_;
+};
+
+TEST(ModuleFile, HasTwoExports) {
+  EXPECT_THAT(ElfFile(QVS_TEST_MODULE).Exports(),
+              UnorderedElementsAre("QVCreateService", "QVDestroyService"));
+}
+
+TEST(ModuleFile, IsLinkedWithTheBaseLibraryThePlatformAndTheStandardLibraryOnly) {
+  const std::set<std::string> allowed = {
+      "libplenar_base.so", "libsimulated_pc.so", "libstdc++.so.6",      "libm.so.6",
+      "libgcc_s.so.1",     "libc.so.6",          "ld-linux-x86-64.so.2"};
+  const std::set<std::string> sanitizers = {"libasan.so.8", "libubsan.so.1", "libtsan.so.2"};
+  const auto needed = ElfFile(QVS_TEST_MODULE).Needed();
+  EXPECT_TRUE(needed.contains("libplenar_base.so"));
+  for (const auto& name : needed) {
+    EXPECT_TRUE(allowed.contains(name) || sanitizers.contains(name)) << name;
+  }
+}
+
+}  // namespace
+}  // namespace qvs_test

@@ -1,0 +1,284 @@
+// Retries within the daily budget, and shut-down.
+#include <algorithm>
+#include <functional>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+constexpr std::uint64_t kDay = 86'400;
+
+/// A host whose adapter is temporarily unavailable from the start: the service waits, down.
+class RetryTest : public ModuleTest {
+ protected:
+  void SetUp() override {
+    SetAdapter(6);
+    Start();
+  }
+
+  void SetAdapter(int error) { radio_->SetResult("BleCheckState", error); }
+
+  /// The milliseconds until the next tick; 0 while no timer runs.
+  [[nodiscard]] std::uint64_t UntilTick() const {
+    return looper_->NextDeadline().value_or(time_->SteadyMilliseconds()) -
+           time_->SteadyMilliseconds();
+  }
+
+  /// How many ticks ran, seen by their adapter checks, while this time passed.
+  std::ptrdiff_t Ticks(std::uint64_t milliseconds) {
+    Take();
+    RunFor(milliseconds);
+    const auto lines = Take(kBle);
+    return std::count(lines.begin(), lines.end(), "ble BleCheckState()");
+  }
+};
+
+TEST_F(RetryTest, TheBudgetSetsTheInterval) {
+  const std::pair<int, std::uint64_t> cases[] = {{1, 3000}, {9, 3000}, {10, 30'000}, {500, 30'000}};
+  for (const auto& [budget, interval] : cases) {
+    EXPECT_EQ(Init(budget), 4);
+    EXPECT_THAT(Take(kLog),
+                Reads({"6 CheckSignature: *",
+                       "6 Init: start ble init...,retry_time = " + std::to_string(budget),
+                       "3 Init: ble state is wrong, err: 6",
+                       "6 StartInitCheckTimer: enter, has_retry_time_ = 0,retry_time_ = " +
+                           std::to_string(budget)}));
+    EXPECT_EQ(UntilTick(), interval) << budget;
+    UnloadModule();
+    Start();
+  }
+}
+
+TEST_F(RetryTest, GivesUpWhenTheBudgetIsUsedUp) {
+  Init(3);
+  Take();
+  RunFor(8999);
+  EXPECT_THAT(Take(), Reads({"ble BleCheckState()", "ble BleCheckState()"}))
+      << "an adapter that is still not usable is not logged";
+  RunFor(1);
+  EXPECT_THAT(Take(), Reads({"ble BleCheckState()", "6 StopInitCheckTimer: enter",
+                             "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
+                             "6 ReportRetryInfo: report success",
+                             "retry_info {\"is_success\":false,\"retry_time\":3}"}));
+  EXPECT_EQ(UntilTick(), 0u);
+  EXPECT_EQ(CheckState(), 1);
+}
+
+TEST_F(RetryTest, AUsedUpBudgetGivesOneMoreTickForEachInit) {
+  Init(2);
+  RunFor(6000);
+  for (const char* report : {"retry_info {\"is_success\":false,\"retry_time\":3}",
+                             "retry_info {\"is_success\":false,\"retry_time\":4}"}) {
+    Init(2);
+    Take();
+    EXPECT_EQ(UntilTick(), 3000u);
+    RunFor(3000);
+    EXPECT_THAT(Take(kEvent), Reads({report}));
+    EXPECT_EQ(UntilTick(), 0u);
+  }
+}
+
+TEST_F(RetryTest, ComesUpAtTheTickThatFindsTheAdapter) {
+  Init(5);
+  RunFor(3000);
+  SetAdapter(0);
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(Take(), Reads({
+                          "ble BleCheckState()",
+                          "6 StopInitCheckTimer: enter",
+                          "ble BleClientSetReceivedBroadcastCB(*)",
+                          "ble BleClientSetStoppedWatchBroadcastCB(*)",
+                          "ble BleServerSetStatusChangedCB(*)",
+                          "6 DoInitCheckCallback: ble init success",
+                          "ble BleCheckState()",
+                          "6 CheckBleState: ble state change from: 1, to: 0",
+                          "state 0",
+                          "6 ReportRetryInfo: report success",
+                          "retry_info {\"is_success\":true,\"retry_time\":2}",
+                      }));
+  EXPECT_EQ(UntilTick(), 0u);
+  EXPECT_EQ(pc_.WindowCount(), 1u);
+  CheckState();
+  EXPECT_THAT(Take(kEvent), Reads({})) << "the report was made";
+}
+
+TEST_F(RetryTest, TheLastTickMayStillSucceed) {
+  Init(1);
+  SetAdapter(0);
+  Take();
+  RunFor(3000);
+  // The count is set back before the budget is tested.
+  EXPECT_THAT(Take(kEvent),
+              Reads({"state 0", "retry_info {\"is_success\":true,\"retry_time\":1}"}));
+}
+
+TEST_F(RetryTest, TheBudgetTestAlsoRunsAfterATickThatSucceeds) {
+  Init(1);
+  Init(0);  // Replaces the budget; the timer goes on.
+  SetAdapter(0);
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(Take(kEvent), Reads({"state 0", "retry_info {\"is_success\":true,\"retry_time\":1}",
+                                   "retry_info {\"is_success\":false,\"retry_time\":0}"}));
+  EXPECT_EQ(UntilTick(), 0u);
+}
+
+TEST_F(RetryTest, ARunningTimerKeepsItsPeriod) {
+  Init(5);
+  RunFor(1000);
+  Init(100);
+  EXPECT_EQ(UntilTick(), 2000u);
+  EXPECT_EQ(Ticks(9000), 3);
+}
+
+TEST_F(RetryTest, MoreThanADayAfterTheFirstTickANewPeriodBegins) {
+  // The first tick comes after 30 s; those that follow see the period grow by 30 s each.
+  Init(4000);
+  EXPECT_EQ(Ticks(30'000 + kDay * 1000), 2881) << "exactly a day is not more than a day";
+  Take();
+  RunFor(29'999);
+  EXPECT_THAT(Take(), Reads({}));
+  RunFor(1);
+  EXPECT_THAT(Take(), Reads({"ble BleCheckState()",
+                             "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0"}));
+  // Of the new period no tick has run: 4000 more fit in, over more than its day.
+  EXPECT_EQ(Ticks(30'000 + kDay * 1000), 2881);
+  EXPECT_EQ(UntilTick(), 30'000u);
+}
+
+TEST_F(RetryTest, TheDayIsTestedBeforeTheBudget) {
+  Init(2);
+  RunFor(3000);
+  time_->JumpWall(kDay - 3 + 1);
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(Take(), Reads({"ble BleCheckState()",
+                             "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0"}));
+  EXPECT_EQ(UntilTick(), 3000u);
+}
+
+TEST_F(RetryTest, AServerClockBehindTheFirstTickCountsAsAnotherDay) {
+  Init(2);
+  RunFor(3000);
+  time_->JumpWall(-4);  // The second tick reads one second less than the first.
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(Take(kLog), Reads({"6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0"}));
+}
+
+TEST_F(RetryTest, ASecondSetUpWhileUpLeaksNothing) {
+  Init(5);
+  SetAdapter(0);
+  EXPECT_EQ(Init(5), 0);  // Does not stop the timer, which sets up again.
+  EXPECT_EQ(UntilTick(), 3000u);
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(
+      Take(kBle | kEvent),
+      Reads({"ble BleCheckState()", "ble BleClientSetReceivedBroadcastCB(*)",
+             "ble BleClientSetStoppedWatchBroadcastCB(*)", "ble BleServerSetStatusChangedCB(*)",
+             "ble BleCheckState()", "state 0", "retry_info {\"is_success\":true,\"retry_time\":1}",
+             "retry_info {\"is_success\":true,\"retry_time\":1}"}));
+  EXPECT_EQ(pc_.WindowCount(), 1u);
+  EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
+  pc_.NotifyDeviceChange(7);
+  Settle();
+  EXPECT_THAT(Take(kLog), Reads({"6 MessageWndProc: system ble setting changed"}));
+}
+
+TEST_F(RetryTest, GoesOnAfterTheHostLooksAway) {
+  Init(3);
+  UnInit();  // Not up: nothing changes.
+  DestroyService(service_);
+  Take();
+  RunFor(9000);
+  EXPECT_THAT(Take(kLog),
+              Reads({"6 StopInitCheckTimer: enter",
+                     "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
+                     "6 ReportRetryInfo: report failed"}));
+  // The report is owed until somebody can have it.
+  SetAdapter(0);
+  service_ = CreateService();
+  EXPECT_THAT(Take(kEvent), Reads({}));
+  CheckState();
+  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":3}"}));
+}
+
+using LifecycleTest = ServiceTest;
+
+TEST_F(LifecycleTest, TheFirstCheckAfterInitReportsTheRetrying) {
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(CheckState(), 0);
+    EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
+    EXPECT_EQ(CheckState(), 0);
+    EXPECT_THAT(Take(kEvent), Reads({}));
+    UnInit();
+    EXPECT_EQ(Init(0), 0);
+    Take();
+  }
+}
+
+TEST_F(LifecycleTest, UnInitTwice) {
+  EXPECT_EQ(UnInit(), 0);
+  EXPECT_THAT(Take(kUsual | kWindows),
+              Holds({"6 UnInit: start ble uninit...", "ble BleUnInit()", "win FreeLibrary(*)",
+                     "win DestroyWindow(*)", "win UnregisterDeviceNotification(*)",
+                     "6 UnInit: ble uninit success", "ret 0"}));
+  EXPECT_EQ(UnInit(), 1);
+  EXPECT_THAT(Take(kUsual | kWindows), Reads({"3 UnInit: ble is not inited", "ret 1"}));
+}
+
+TEST_F(LifecycleTest, EveryRequestIsRefusedWhenDown) {
+  UnInit();
+  Take();
+  const std::function<int()> calls[] = {
+      [this] { return CheckState(true); },  [this] { return Advertise("not a uuid", ""); },
+      [this] { return StopAdvertising(); }, [this] { return Scan(kUuid, 0, true); },
+      [this] { return StopScan(); },
+  };
+  for (const auto& call : calls) {
+    EXPECT_EQ(call(), 1);
+    EXPECT_THAT(Take(), Reads({"3 *: ble is not inited", "ret 1"}));
+  }
+  EXPECT_EQ(GetCache(), 0);
+}
+
+TEST_F(LifecycleTest, GoesDownThoughTheLibraryThrows) {
+  radio_->ThrowFrom("BleUnInit", 1);
+  EXPECT_EQ(UnInit(), 3);
+  EXPECT_EQ(pc_.LibraryLoadCount("plenar_ble_api.dll"), 0);
+  EXPECT_EQ(pc_.WindowCount(), 0u);
+  EXPECT_EQ(UnInit(), 1);
+  EXPECT_EQ(Init(0), 0);
+}
+
+TEST_F(LifecycleTest, StateOutlivesUnInit) {
+  Advertise(kUuid, "data");
+  Scan(kUuid, 1, false);
+  Settle();
+  radio_->ReportBroadcast(Broadcast("a"));
+  Settle();
+  CheckState();
+  UnInit();
+  Init(0);
+  Settle();
+  Take();
+  // The state as it was is no change, the watcher and its mode and the publisher are remembered,
+  // and so are the devices.
+  pc_.NotifyDeviceChange(7);
+  Settle();
+  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
+  Advertise(kUuid, "data");
+  EXPECT_THAT(Take(), Holds({"4 BleStartBroadcast: repeat broadcast, ignore it", "ret 0"}));
+  StopScan();
+  EXPECT_THAT(Take(), Holds({"ble BleClientStopWatchBroadcast()"}));
+  GetCache();
+  radio_->ReportBroadcast(Broadcast("b"));
+  Settle();
+  EXPECT_THAT(Take(kEvent), Reads({"device_json [*\"device_id\":\"a\"*\"device_id\":\"b\"*]"}));
+}
+
+}  // namespace
+}  // namespace qvs_test

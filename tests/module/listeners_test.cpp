@@ -1,0 +1,144 @@
+// The set of listeners, and what a host may do from inside an event.
+#include <stdexcept>
+#include <utility>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+class ListenersTest : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    service_->RemoveListener(&listener_);
+  }
+
+  /// Raises one "status_info" event and gives the names of those that received it.
+  Lines Raise() {
+    radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+    Settle();
+    auto lines = Take(kEvent);
+    for (auto& line : lines) line.resize(line.find(' '));
+    return lines;
+  }
+
+  // An array: the addresses ascend.
+  RecordingListener listeners_[3] = {RecordingListener(recorder_, "a"),
+                                     RecordingListener(recorder_, "b"),
+                                     RecordingListener(recorder_, "c")};
+};
+
+TEST_F(ListenersTest, AreASet) {
+  EXPECT_THAT(Raise(), Reads({}));
+  service_->AddListener(nullptr);
+  service_->RemoveListener(nullptr);
+  service_->RemoveListener(&listeners_[0]);
+  service_->AddListener(&listeners_[0]);
+  service_->AddListener(&listeners_[0]);
+  EXPECT_THAT(Raise(), Reads({"a"}));
+  service_->RemoveListener(&listeners_[0]);
+  EXPECT_THAT(Raise(), Reads({}));
+}
+
+TEST_F(ListenersTest, HearInTheOrderOfTheirAddressesOfOnePayload) {
+  for (const int i : {2, 0, 1}) service_->AddListener(&listeners_[i]);
+  EXPECT_THAT(Raise(), Reads({"a", "b", "c"}));
+  EXPECT_EQ(listeners_[0].last_payload, listeners_[1].last_payload);
+  EXPECT_EQ(listeners_[0].last_payload, listeners_[2].last_payload);
+}
+
+TEST_F(ListenersTest, MayBeAddedAndRemovedInsideAnEvent) {
+  service_->AddListener(&listeners_[0]);
+  service_->AddListener(&listeners_[1]);
+  listeners_[0].on_event = [this](auto) {
+    service_->RemoveListener(&listeners_[1]);
+    service_->AddListener(&listeners_[2]);
+    service_->RemoveListener(&listeners_[0]);
+  };
+  EXPECT_THAT(Raise(), Reads({"a"}));
+  EXPECT_THAT(Raise(), Reads({"c"}));
+}
+
+TEST_F(ListenersTest, MayThrow) {
+  for (auto& listener : listeners_) {
+    service_->AddListener(&listener);
+    listener.on_event = [](auto) { throw std::runtime_error("from a listener"); };
+  }
+  Advertise(kUuid, "1");
+  Settle();
+  Advertise(kUuid, "2");
+  Take();
+  Settle();
+  // Every listener hears of every status, and the steps behind the report are not skipped.
+  EXPECT_THAT(Take(), Holds({"a status_info {\"status\":4,\"err\":0}",
+                             "b status_info {\"status\":4,\"err\":0}",
+                             "c status_info {\"status\":4,\"err\":0}",
+                             "6 operator (): restart broadcast", "ble BleServerStartBroadcast()"}));
+}
+
+TEST_F(ListenersTest, MayDestroyTheServiceInsideAnEvent) {
+  for (auto& listener : listeners_) service_->AddListener(&listener);
+  listeners_[0].on_event = [this](auto) { DestroyService(service_); };
+  Advertise(kUuid, "1");
+  Settle();
+  EXPECT_THAT(Take(kEvent), Holds({"a status_info {\"status\":1,\"err\":0}"}));
+  EXPECT_FALSE(radio_->IsInitialised());
+}
+
+TEST_F(ListenersTest, MayCallEveryMethodInsideEveryEvent) {
+  service_->AddListener(&listener_);
+  int depth = 0;
+  listener_.on_event = [&](auto) {
+    if (++depth > 20) return;
+    CheckState(true);
+    Advertise(kUuid, std::to_string(depth));
+    Scan(kUuid, static_cast<unsigned>(depth % 3), depth % 2 == 0);
+    GetCache();
+    StopScan();
+    StopAdvertising();
+    UnInit();
+    Init(3);
+  };
+  CheckState();
+  radio_->ReportBroadcast(Broadcast("a"));
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  pc_.SetRadioOn(false);
+  pc_.NotifyDeviceChange(7);
+  RunFor(5000);
+  EXPECT_GT(depth, 1);
+  EXPECT_EQ(CheckState(), 5);
+}
+
+TEST_F(ListenersTest, MayScanAnewInsideAReportOfDevices) {
+  service_->AddListener(&listener_);
+  Scan(kUuid, 0, false);
+  for (const char* address : {"a", "b", "c"}) radio_->ReportBroadcast(Broadcast(address));
+  Settle();
+  bool nested = false;
+  listener_.on_event = [&](auto) {
+    if (std::exchange(nested, true)) return;
+    Scan(kUuid, 0, false);
+    Scan(kUuid, 2, false);  // Reports, and empties the cache, inside the report.
+  };
+  Take();
+  Scan(kUuid, 2, false);
+  constexpr char kThree[] =
+      "device_json [*\"device_id\":\"a\"*\"device_id\":\"b\"*\"device_id\":\"c\"*]";
+  EXPECT_THAT(Take(kEvent), Reads({kThree, kThree}));
+}
+
+TEST_F(ListenersTest, UnInitInsideAnEventEndsTheEvents) {
+  service_->AddListener(&listener_);
+  listener_.on_event = [&](auto) { UnInit(); };
+  CheckState();
+  EXPECT_THAT(
+      Take(),
+      Reads({"ble BleCheckState()", "6 CheckBleState: ble state change from: 1, to: 0",
+             "6 ReportRetryInfo: report success",
+             "retry_info {\"is_success\":true,\"retry_time\":0}", "6 UnInit: start ble uninit...",
+             "ble BleUnInit()", "6 UnInit: ble uninit success", "ret 0", "ret 0"}));
+}
+
+}  // namespace
+}  // namespace qvs_test

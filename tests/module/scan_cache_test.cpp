@@ -1,0 +1,302 @@
+// What becomes of received broadcasts: matching, caching, ageing, reporting.
+#include <limits>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+constexpr char kFound[] = "6 operator (): find broadcast, ble addr: ";
+constexpr char kSweep[] = "6 operator (): scan caches more than 30, clear expired cache";
+
+BleBroadcastInfo WithCompanyData(std::uint16_t company, Bytes data) {
+  auto info = Broadcast("m", {});
+  info.manufacturer_data[company] = std::move(data);
+  return info;
+}
+
+class ScanCacheTest : public ServiceTest {
+ protected:
+  void Hear(const BleBroadcastInfo& info) {
+    radio_->ReportBroadcast(info);
+    Settle();
+  }
+
+  /// Asks for the cache, lets `trigger` be heard, and gives the addresses that are reported.
+  Lines Ask(const std::string& trigger) {
+    GetCache();
+    Take();
+    Hear(Broadcast(trigger));
+    return Reported();
+  }
+
+  /// The addresses of the one report that was made; "none" if there was none.
+  Lines Reported() {
+    Lines addresses;
+    const auto events = Take(kEvent);
+    if (events.empty()) return {"none"};
+    EXPECT_EQ(events.size(), 1u);
+    for (const auto& record : nlohmann::json::parse(events[0].substr(events[0].find(' ')))) {
+      addresses.push_back(record.at("device_id"));
+    }
+    return addresses;
+  }
+};
+
+TEST_F(ScanCacheTest, KeepsBroadcastsThatCarryTheWatchedUuid) {
+  Bytes longer = kUuidBytes, shorter = kUuidBytes, other = kUuidBytes;
+  longer.push_back(7);
+  shorter.pop_back();
+  other[15] ^= 1;
+  const std::string lower = "12345678-9abc-def0-1234-56789abcdef0";
+  const struct {
+    const char* description;
+    std::string watched;
+    BleBroadcastInfo info;
+    bool kept;
+  } cases[] = {
+      {"the text", kUuid, Broadcast("m"), true},
+      {"one of several", kUuid, Broadcast("m", {"x", kUuid, "y"}), true},
+      {"any text at all", "no uuid", Broadcast("m", {"no uuid"}), true},
+      {"other case", lower, Broadcast("m"), false},
+      {"longer text", kUuid, Broadcast("m", {std::string(kUuid) + "0"}), false},
+      {"shorter text", kUuid, Broadcast("m", {"12345678"}), false},
+      {"no uuid", kUuid, Broadcast("m", {}), false},
+      {"nothing watched", "", Broadcast("m", {""}), false},
+      {"nothing watched, zero data", "", WithCompanyData(kCompany, Bytes(16)), false},
+      {"the data", kUuid, WithCompanyData(kCompany, kUuidBytes), true},
+      {"the data, other case", lower, WithCompanyData(kCompany, kUuidBytes), true},
+      {"the data and more", kUuid, WithCompanyData(kCompany, longer), true},
+      {"15 bytes", kUuid, WithCompanyData(kCompany, shorter), false},
+      {"other bytes", kUuid, WithCompanyData(kCompany, other), false},
+      {"another company", kUuid, WithCompanyData(kCompany + 1, kUuidBytes), false},
+      {"in braces", "{12345678-9ABC-DEF0-1234-56789ABCDEF0}", WithCompanyData(kCompany, kUuidBytes),
+       true},
+      {"text that is no uuid", "-", WithCompanyData(kCompany, Bytes(16)), true},
+  };
+  for (const auto& [description, watched, info, kept] : cases) {
+    Scan(watched, 0, false);
+    Take();
+    Hear(info);
+    EXPECT_THAT(Take(), Reads(kept ? Lines{std::string(kFound) + "m"} : Lines{})) << description;
+  }
+}
+
+TEST_F(ScanCacheTest, ReportsEveryFieldOfADevice) {
+  Scan(kUuid, 0, false);
+  auto info = Broadcast("AA:BB", {kUuid, "second"});
+  info.local_name = "caf\xC3\xA9 \"\n\xFF";
+  info.rssi = std::numeric_limits<std::int16_t>::min();
+  info.connectable = true;
+  info.manufacturer_data = {{0x7E51, {1, 2, 3}}, {0x0001, {0xFF}}, {0xFFFF, {}}};
+  info.data_sections = {{9, {9}}};
+  GetCache();
+  Take();
+  Hear(info);
+  EXPECT_THAT(
+      Take(),
+      Reads({std::string(kFound) + "AA:BB", "6 CheckIsGettingCache: is getting cache, callback",
+             "6 DoScanCallback: {*\"device_id\"*\"AA:BB\"*\"rssi\"*-32768*}*[*\"/w==\"*]*",
+             "device_json "
+             "[{\"device_id\":\"AA:BB\",\"name\":\"\",\"is_connected\":false,"
+             "\"connectable\":true,\"local_name\":\"caf\xC3\xA9 "
+             "\\\"\\n\xEF\xBF\xBD\",\"rssi\":-32768,\"advertise_data\":[\"/w==\",\"AQID\",\"\"],"
+             "\"uuids\":[\"MTIzNDU2NzgtOUFCQy1ERUYwLTEyMzQtNTY3ODlBQkNERUYw\",\"c2Vjb25k\"]}]"}));
+}
+
+TEST_F(ScanCacheTest, TheLogLineOfADeviceLeavesItsUuidsOut) {
+  Scan(kUuid, 0, false);
+  Ask("a");
+  const auto message = sink_->Last("device_id").message;
+  const auto second = message.find('}') + 1;
+  EXPECT_EQ(nlohmann::ordered_json::parse(message.substr(0, second)).size(), 7u);
+  EXPECT_EQ(message.at(second), '[') << "nothing between the two pieces";
+  EXPECT_TRUE(nlohmann::json::parse(message.substr(second)).empty());
+}
+
+TEST_F(ScanCacheTest, KeepsTheLastBroadcastOfADevice) {
+  Scan(kUuid, 2, false);
+  for (std::int16_t rssi = 0; rssi < 10; ++rssi) {
+    auto info = Broadcast("a");
+    info.rssi = rssi;
+    Hear(info);
+  }
+  Take();
+  RunFor(500);
+  EXPECT_THAT(Take(kEvent), Reads({"device_json [{*\"rssi\":9,*}]"}));
+}
+
+TEST_F(ScanCacheTest, ReportsInTheByteOrderOfTheAddresses) {
+  Scan(kUuid, 2, false);
+  const Lines heard = {"b", "a", "ab", "B", "\xC3\xA9", "z", ""};
+  for (const auto& address : heard) Hear(Broadcast(address));
+  Take();
+  RunFor(500);
+  EXPECT_EQ(Reported(), (Lines{"", "B", "a", "ab", "b", "z", "\xC3\xA9"}));
+}
+
+TEST_F(ScanCacheTest, WhatAReportHoldsAndLeavesDependsOnTheSettings) {
+  const struct {
+    unsigned host_mode;
+    bool continuous;
+    bool ticks;
+    Lines first;   // of "old", heard 21 s ago, and "new"
+    Lines second;  // of what was left, and "next"
+  } cases[] = {
+      {0, true, true, {"new"}, {"next"}},
+      {1, true, true, {"new", "old"}, {"next"}},
+      {2, true, true, {"new", "old"}, {"next"}},
+      {2, false, true, {"new", "old"}, {"next"}},
+      {0, false, false, {"new"}, {"new", "next"}},
+      {1, false, false, {"new", "old"}, {"new", "next", "old"}},
+  };
+  for (const auto& [host_mode, continuous, ticks, first, second] : cases) {
+    SCOPED_TRACE(std::to_string(host_mode) + (continuous ? " continuous" : " on request"));
+    // The long interval keeps the ticks out of the way.
+    Scan(kUuid, host_mode, continuous, 1'000'000);
+    Hear(Broadcast("old"));
+    RunFor(21'000);
+    EXPECT_EQ(Ask("new"), first);
+    EXPECT_EQ(Ask("next"), second);
+    Take();
+    RunFor(1'000'000);
+    EXPECT_EQ(!Take(kEvent).empty(), ticks);
+    UnloadModule();
+    Start();
+  }
+}
+
+TEST_F(ScanCacheTest, InMode0AnEntryLastsFor20Seconds) {
+  const struct {
+    std::int64_t clock_jump;
+    bool kept;
+  } cases[] = {{20, true}, {21, false}, {-1, false}, {0, true}, {100'000, false}};
+  for (const auto& [jump, kept] : cases) {
+    Scan(kUuid, 0, false);
+    Hear(Broadcast("a"));
+    time_->JumpWall(jump);
+    EXPECT_EQ(Ask("b"), (kept ? Lines{"a", "b"} : Lines{"b"})) << jump;
+    UnloadModule();
+    Start();
+  }
+}
+
+TEST_F(ScanCacheTest, AnAnswerWithNoDeviceIsAnEmptyArray) {
+  Scan(kUuid, 0, false);
+  Hear(Broadcast("a"));
+  RunFor(21'000);
+  Take();
+  Scan(kUuid, 2, false);
+  EXPECT_THAT(Take(kEvent), Reads({"device_json []"}));
+}
+
+TEST_F(ScanCacheTest, IsSweptAt30Entries) {
+  const auto fill = [this](int from, int to) {
+    for (int i = from; i < to; ++i) radio_->ReportBroadcast(Broadcast(std::to_string(1000 + i)));
+    Settle();
+  };
+  Scan(kUuid, 1, false);
+  fill(0, 10);
+  RunFor(1000);
+  fill(10, 20);
+  RunFor(20'000);
+  Take();
+  fill(20, 29);
+  EXPECT_THAT(Take(), testing::Not(Holds({kSweep})));
+  // The first ten are 21 s old now, the second ten 20 s.
+  fill(29, 30);
+  EXPECT_THAT(Take(), Reads({std::string(kFound) + "1029", kSweep}));
+  Lines left = Ask("x");
+  EXPECT_EQ(left.size(), 21u);
+  EXPECT_EQ(left.front(), "1010");
+
+  // With none that can go, 30 and more stay, and each new broadcast tries again.
+  fill(30, 50);
+  Take();
+  fill(49, 50);
+  EXPECT_THAT(Take(), Reads({std::string(kFound) + "1049", kSweep}));
+  EXPECT_EQ(Ask("x").size(), 41u);
+}
+
+TEST_F(ScanCacheTest, TheSweepFollowsTheClockWhereverItJumps) {
+  Scan(kUuid, 1, false);
+  const auto fill = [this](const char* prefix) {
+    for (int i = 0; i < 29; ++i) radio_->ReportBroadcast(Broadcast(prefix + std::to_string(i)));
+    Settle();
+  };
+  for (const std::int64_t jump : {1000, -1000, -1, 21}) {
+    fill("before ");
+    time_->JumpWall(jump);
+    EXPECT_EQ(Ask("after"), Lines{"after"}) << jump;
+    // Entries ahead of the clock and entries far behind it go alike; what is left is one entry.
+    time_->JumpWall(100);
+  }
+}
+
+TEST_F(ScanCacheTest, ARequestWaitsForTheNextBroadcast) {
+  Scan(kUuid, 0, false);
+  Hear(Broadcast("a"));
+  Take();
+  GetCache();
+  GetCache();
+  EXPECT_THAT(Take(), Reads({"6 GetBleScanCache: get ble scan cache", "ret 0",
+                             "6 GetBleScanCache: get ble scan cache", "ret 0"}));
+  RunFor(5000);
+  EXPECT_THAT(Take(kEvent), Reads({}));
+  Hear(Broadcast("b"));
+  EXPECT_EQ(Reported(), (Lines{"a", "b"}));
+  Hear(Broadcast("c"));
+  EXPECT_EQ(Reported(), Lines{"none"}) << "one answer for both requests";
+}
+
+TEST_F(ScanCacheTest, OtherReportsLeaveARequestWaiting) {
+  Scan(kUuid, 0, false);
+  Hear(Broadcast("a"));
+  GetCache();
+  Take();
+  Scan(kUuid, 2, false);
+  EXPECT_EQ(Reported(), Lines{"a"}) << "the change from mode 0 to 1";
+  Hear(Broadcast("b"));
+  EXPECT_EQ(Reported(), (Lines{"a", "b"})) << "in mode 0 the report has not emptied the cache";
+}
+
+TEST_F(ScanCacheTest, TheChangeFromMode0To1Reports) {
+  const struct {
+    unsigned from, to;
+    bool continuous;
+    bool reports;
+    Lines left;
+  } cases[] = {
+      {0, 2, false, true, {"a", "b"}},  {7, 2, true, true, {"b"}},
+      {0, 1, false, false, {"a", "b"}}, {1, 2, false, false, {"a", "b"}},
+      {2, 2, false, false, {"a", "b"}},
+  };
+  for (const auto& [from, to, continuous, reports, left] : cases) {
+    SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
+    Scan(kUuid, from, false, 1'000'000);
+    Hear(Broadcast("a"));
+    Take();
+    Scan(kUuid, to, continuous, 1'000'000);
+    EXPECT_EQ(Reported(), reports ? Lines{"a"} : Lines{"none"});
+    EXPECT_EQ(Ask("b"), left);
+    UnloadModule();
+    Start();
+  }
+}
+
+TEST_F(ScanCacheTest, WithoutADelegateTheCacheIsKept) {
+  Scan(kUuid, 2, false);
+  Hear(Broadcast("a"));
+  auto* const second = CreateService();
+  DestroyService(second);
+  Take();
+  RunFor(500);
+  EXPECT_THAT(Take(kEvent), Reads({}));
+  Init(0);
+  EXPECT_EQ(Ask("b"), (Lines{"a", "b"}));
+}
+
+}  // namespace
+}  // namespace qvs_test

@@ -1,0 +1,239 @@
+// The broadcast watcher and its timers.
+#include <limits>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+constexpr char kStart[] = "ble BleClientStartWatchBroadcast()";
+constexpr char kStop[] = "ble BleClientStopWatchBroadcast()";
+constexpr char kTimerOn[] = "6 StartBroadcastCBTimer: enter";
+constexpr char kTimerOff[] = "6 StopBroadcastCBTimer: enter";
+constexpr char kStarted[] = "6 InnerWatchBroadcast: ble watch broadcast result: 0";
+constexpr char kSetMode[] = "ble BleClientSetScanMode(*)";
+constexpr char kReport[] = "6 operator (): broadcast wather stopped, err: 0";
+constexpr char kTick[] = "6 operator (): need_to_watch_broadcast_:";
+constexpr char kRewatch[] = "6 OnBroadcastWatherStopped: rewatch broadcast";
+
+class ScanningTest : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    radio_->SetAutomaticReports(false);
+  }
+
+  void ReportStopped(int error = 0) {
+    radio_->ReportWatcherStopped(static_cast<BleError>(error));
+    Settle();
+  }
+
+  /// The lines of a request, without the one that repeats its arguments.
+  Lines Request(unsigned scan_mode, bool continuous, std::uint64_t interval_ms = 500) {
+    Take();
+    Scan(kUuid, scan_mode, continuous, interval_ms);
+    return RestOfRequest();
+  }
+  Lines Stop() {
+    Take();
+    StopScan();
+    return RestOfRequest();
+  }
+
+  /// Lets one broadcast be cached and gives the milliseconds until it is reported; 0 if it is not
+  /// within a minute.
+  std::uint64_t UntilReport() {
+    radio_->ReportBroadcast(Broadcast("a"));
+    Settle();
+    Take();
+    for (std::uint64_t passed = 50; passed <= 60'000; passed += 50) {
+      RunFor(50);
+      if (!Take(kEvent).empty()) return passed;
+    }
+    return 0;
+  }
+
+ private:
+  Lines RestOfRequest() {
+    auto lines = Take();
+    EXPECT_THAT(lines.at(0), testing::StartsWith("6 BleStartWatchBroadcast: start: "));
+    lines.erase(lines.begin());
+    return lines;
+  }
+};
+
+TEST_F(ScanningTest, TranslatesTheModeAndRunsTheTimerAsAsked) {
+  const struct {
+    unsigned host_mode;
+    bool continuous;
+    int mode;
+    bool timer;
+  } cases[] = {
+      {0, false, 0, false},
+      {1, false, 2, false},
+      {2, false, 1, true},
+      {7, false, 0, false},
+      {4'294'967'295u, true, 0, true},
+      {0, true, 0, true},
+      {1, true, 2, true},
+      {2, true, 1, true},
+      {3, true, 0, true},
+  };
+  for (const auto& [host_mode, continuous, mode, timer] : cases) {
+    EXPECT_THAT(Request(host_mode, continuous),
+                Holds({timer ? kTimerOn : kTimerOff, kSetMode, kStart, kStarted, "ret 0"}))
+        << host_mode;
+    EXPECT_EQ(radio_->ScanMode(), mode);
+    EXPECT_EQ(looper_->NextDeadline().has_value(), timer) << host_mode << continuous;
+    EXPECT_EQ(UntilReport(), timer ? 500u : 0u) << host_mode << continuous;
+  }
+}
+
+TEST_F(ScanningTest, DoesWhatItSaysInOrder) {
+  EXPECT_THAT(Request(0, true), Reads({kTimerOn, kSetMode, kStart, kStarted, "ret 0"}));
+  EXPECT_THAT(Request(1, false), Reads({kTimerOff, kSetMode, kStart, kStarted, "ret 0"}))
+      << "a start while started starts again";
+  EXPECT_THAT(Stop(), Reads({kStop, "ret 0"}));
+  EXPECT_THAT(Stop(), Reads({"ret 0"}));
+}
+
+TEST_F(ScanningTest, ARunningTimerKeepsItsPeriod) {
+  Scan(kUuid, 2, false, 200);
+  Scan(kUuid, 2, false, 1000);
+  EXPECT_EQ(UntilReport(), 200u);
+  Scan(kUuid, 0, false);
+  Scan(kUuid, 2, false, 1000);
+  EXPECT_EQ(UntilReport(), 1000u);
+}
+
+TEST_F(ScanningTest, TakesAnyInterval) {
+  Scan(kUuid, 0, true, 0);
+  EXPECT_EQ(UntilReport(), 50u);  // The first look; a tick comes each millisecond.
+  Scan(kUuid, 0, false);
+  Scan(kUuid, 0, true, std::numeric_limits<std::uint64_t>::max());
+  EXPECT_EQ(UntilReport(), 0u);
+}
+
+TEST_F(ScanningTest, ATickWithoutANewBroadcastReportsNothing) {
+  Scan(kUuid, 2, false);
+  EXPECT_EQ(UntilReport(), 500u);
+  Take();
+  RunFor(60'000);
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+TEST_F(ScanningTest, AStopWithoutAStartStillChangesTheWatchedUuid) {
+  Scan("one", 0, false);
+  StopScan("one");
+  RunFor(100);
+  EXPECT_EQ(StopScan("two"), 0);
+  for (const char* uuid : {"one", "two"}) radio_->ReportBroadcast(Broadcast(uuid, {uuid}));
+  Take();
+  Settle();
+  EXPECT_THAT(Take(), Reads({"6 operator (): find broadcast, ble addr: two"}));
+}
+
+TEST_F(ScanningTest, AStopLeavesTheSettingsAlone) {
+  Scan(kUuid, 2, true, 300);
+  // A stop request's own values are those of a start in mode 0, on request only.
+  StopScan();
+  ReportStopped();
+  EXPECT_THAT(Request(2, true, 300), Reads({kTimerOn, kSetMode, kStart, kStarted, "ret 0"}))
+      << "no change from mode 0, no report";
+}
+
+TEST_F(ScanningTest, StoppingEndsWithTheTickOrTheReport) {
+  Scan(kUuid, 2, false);
+  StopScan();
+  Take();
+  RunFor(99);
+  EXPECT_THAT(Take(), Reads({}));
+  RunFor(1);
+  EXPECT_THAT(Take(), Reads({std::string(kTick) + "0"}));
+  EXPECT_TRUE(looper_->NextDeadline().has_value()) << "the tick does not touch the timer";
+  EXPECT_THAT(Stop(), Reads({"ret 0"})) << "stopped";
+  Take();
+  ReportStopped(-9);
+  EXPECT_THAT(Take(), Reads({"6 operator (): broadcast wather stopped, err: -9", kTimerOff}));
+  EXPECT_FALSE(looper_->NextDeadline().has_value());
+}
+
+TEST_F(ScanningTest, AStartWhileStoppingWaitsForTheReport) {
+  Scan(kUuid, 0, false);
+  StopScan();
+  EXPECT_THAT(Request(1, true, 700),
+              Reads({"4 BleStartWatchBroadcast: watcher in stopping", "ret 0"}));
+  Take();
+  ReportStopped();
+  EXPECT_THAT(Take(), Reads({kReport, kTimerOff, kRewatch, kTimerOn, kSetMode, kStart, kStarted}));
+  EXPECT_EQ(radio_->ScanMode(), 2);
+  // The tick that comes after the report sets the status to stopped all the same.
+  RunFor(100);
+  EXPECT_THAT(Take(), Reads({std::string(kTick) + "0"}));
+  EXPECT_THAT(Stop(), Reads({"ret 0"}));
+  EXPECT_TRUE(radio_->IsWatching());
+  Request(0, false);
+  EXPECT_THAT(Stop(), Reads({kStop, "ret 0"}));
+}
+
+TEST_F(ScanningTest, AStartWhileStoppingWaitsForTheTickAtMost) {
+  Scan(kUuid, 0, false);
+  StopScan();
+  Request(2, false);
+  StopScan();  // Does not take the start back.
+  Take();
+  RunFor(100);
+  EXPECT_THAT(Take(), Reads({std::string(kTick) + "1", kTimerOff, kRewatch, kTimerOn, kSetMode,
+                             kStart, kStarted}));
+  // The report that comes after the tick stops the timer, and counts the watcher as stopped.
+  ReportStopped();
+  EXPECT_THAT(Take(), Reads({kReport, kTimerOff}));
+  EXPECT_THAT(Stop(), Reads({"ret 0"}));
+}
+
+TEST_F(ScanningTest, TheStoppedCheckIsStartedOnce) {
+  Scan(kUuid, 0, false);
+  StopScan();
+  RunFor(60);
+  ReportStopped();
+  Scan(kUuid, 0, false);
+  StopScan();  // The timer of the first stop is still running and serves the second.
+  Take();
+  RunFor(40);
+  EXPECT_THAT(Take(), Reads({std::string(kTick) + "0"}));
+  RunFor(1000);
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+TEST_F(ScanningTest, TheLibraryMayRefuse) {
+  radio_->SetResult("BleClientStartWatchBroadcast", 4);
+  EXPECT_THAT(Request(2, false),
+              Reads({kTimerOn, kSetMode, kStart,
+                     "6 InnerWatchBroadcast: ble watch broadcast result: 4", "ret 3"}));
+  EXPECT_TRUE(looper_->NextDeadline().has_value());
+  EXPECT_THAT(Stop(), Reads({kStop, "ret 0"})) << "counts as started";
+  Request(2, false);
+  Take();
+  RunFor(100);
+  EXPECT_THAT(Take(), Holds({kRewatch, "6 InnerWatchBroadcast: ble watch broadcast result: 4"}));
+}
+
+TEST_F(ScanningTest, TheWholeWayWithTheRadiosOwnReports) {
+  radio_->SetAutomaticReports(true);
+  radio_->SetReportDelays({.watcher_stopped = 30});
+  radio_->PutOnAir(Broadcast("far", {"another"}), 100);
+  auto near = Broadcast("near");
+  near.rssi = -40;
+  radio_->PutOnAir(near, 400);
+  Scan(kUuid, 2, false, 500);
+  RunFor(1000);
+  StopScan();
+  RunFor(1000);
+  EXPECT_THAT(Take(kEvent), Reads({"device_json [*\"near\"*\"rssi\":-40*]",
+                                   "device_json [*\"near\"*\"rssi\":-40*]"}));
+  EXPECT_FALSE(radio_->IsWatching());
+  EXPECT_FALSE(looper_->NextDeadline().has_value());
+}
+
+}  // namespace
+}  // namespace qvs_test

@@ -1,0 +1,139 @@
+// Nothing is called in a library that was unloaded, whatever still arrives or ticks.
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+/// A service whose BLE API library is loaded by nobody else, and so goes when the module lets go.
+class ShutDownTest : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    radio_->SetAutomaticReports(false);
+    ReleaseBleApi();
+  }
+
+  /// Takes BLE support down, with what the library has reported still waiting.
+  void ShutDown() {
+    LetLibraryReport();
+    ASSERT_TRUE(SharedLibrary::IsLoaded(kBleApi));
+    EXPECT_EQ(UnInit(), 0);
+    ASSERT_FALSE(SharedLibrary::IsLoaded(kBleApi));
+    Take();
+  }
+
+  /// A failed start's code is the module's own choice.
+  static void ExpectRefused(const std::string& line) {
+    EXPECT_THAT(line, testing::Not(testing::EndsWith("result: 0")));
+  }
+};
+
+TEST_F(ShutDownTest, ALateStatusReportRestartsNothing) {
+  Advertise(kUuid, "old");
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStarted, BleError::kNone);
+  LetLibraryReport();
+  Settle();
+  Advertise(kUuid, "new");
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  ShutDown();
+  Settle();
+  const auto lines = Take();
+  EXPECT_THAT(lines, Reads({"6 operator (): broadcast publisher status changed, status: 4, err: 0",
+                            "6 operator (): restart broadcast",
+                            "6 InnerStartBroadcast: ble start broadcast result: *"}));
+  ExpectRefused(lines.back());
+}
+
+TEST_F(ShutDownTest, ALateStoppedReportRestartsNothing) {
+  Scan(kUuid, 2, false);
+  StopScan();
+  Scan(kUuid, 2, false);
+  radio_->ReportWatcherStopped(BleError::kNone);
+  ShutDown();
+  Settle();
+  const auto lines = Take();
+  EXPECT_THAT(
+      lines,
+      Reads({"6 operator (): broadcast wather stopped, err: 0", "6 StopBroadcastCBTimer: enter",
+             "6 OnBroadcastWatherStopped: rewatch broadcast", "6 StartBroadcastCBTimer: enter",
+             "6 InnerWatchBroadcast: ble watch broadcast result: *"}));
+  ExpectRefused(lines.back());
+  // Later the stopped-check tick comes, and the other timer goes on: to no effect.
+  RunFor(10'000);
+  EXPECT_THAT(Take(), Reads({"6 operator (): need_to_watch_broadcast_:0"}));
+}
+
+TEST_F(ShutDownTest, ALateTickRestartsNothing) {
+  Scan(kUuid, 0, false);
+  StopScan();
+  Scan(kUuid, 0, false);
+  ShutDown();
+  RunFor(100);
+  const auto lines = Take();
+  EXPECT_THAT(
+      lines,
+      Reads({"6 operator (): need_to_watch_broadcast_:1", "6 StopBroadcastCBTimer: enter",
+             "6 OnBroadcastWatherStopped: rewatch broadcast", "6 StopBroadcastCBTimer: enter",
+             "6 InnerWatchBroadcast: ble watch broadcast result: *"}));
+  ExpectRefused(lines.back());
+}
+
+TEST_F(ShutDownTest, ALateBroadcastIsCachedForNobody) {
+  Scan(kUuid, 2, false);
+  radio_->ReportBroadcast(Broadcast("late"));
+  GetCache();
+  ShutDown();
+  RunFor(10'000);
+  EXPECT_THAT(Take(kEvent), Reads({}));
+}
+
+TEST_F(ShutDownTest, WhatWaitsWhenTheModuleGoesIsRunFirst) {
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  ShutDown();
+  UnloadModule();
+  EXPECT_FALSE(SharedLibrary::IsLoaded(kModule));
+  EXPECT_THAT(Take(kLog), Holds({"6 operator (): broadcast publisher status changed, *"}));
+}
+
+/// The gate is the library's handle, not whether somebody keeps the library loaded.
+class ClosedGateTest : public ModuleTest {};
+
+TEST_F(ClosedGateTest, TheInitCheckCallsNothingAfterShutDown) {
+  radio_->SetResult("BleCheckState", 6);
+  Start();
+  Init(3);
+  radio_->SetResult("BleCheckState", 0);
+  EXPECT_EQ(Init(3), 0);  // Leaves the retry timer running.
+  UnInit();
+  EXPECT_GT(pc_.LibraryLoadCount("plenar_ble_api.dll"), 0);
+  Take();
+  RunFor(60'000);
+  // A check through the closed gate is a check that fails, so the budget runs out.
+  EXPECT_THAT(Take(), Reads({"6 StopInitCheckTimer: enter",
+                             "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
+                             "6 ReportRetryInfo: report failed"}));
+  EXPECT_EQ(pc_.WindowCount(), 0u);
+}
+
+TEST_F(ClosedGateTest, TheWaitingStateStillCalls) {
+  radio_->SetResult("BleCheckState", 6);
+  Start();
+  Init(3);
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(Take(kBle), Reads({"ble BleCheckState()"}));
+}
+
+TEST_F(ClosedGateTest, AFailedInitialisationClosesIt) {
+  radio_->SetResult("BleCheckState", 6);
+  Start();
+  Init(3);
+  radio_->SetResult("BleInit", 1);
+  EXPECT_EQ(Init(3), 3);
+  Take();
+  RunFor(3000);
+  EXPECT_THAT(Take(), Reads({}));
+}
+
+}  // namespace
+}  // namespace qvs_test
