@@ -1,8 +1,8 @@
 # Makes a certificate authority and a code-signing certificate that it has signed.
 #   cmake -D FOLDER=<folder> (-D NAME=<common name> | -D NAME_FILE=<file with it>)
-#         -P make_signing_identity.cmake
+#         [-D SIGNER_DIGEST=<digest>] -P make_signing_identity.cmake
 # Leaves authority.pem, signer.pem and signer.key in the folder. With an empty name the signer has no
-# common name.
+# common name; its own certificate is signed over SHA-256 if nothing else is said.
 cmake_minimum_required(VERSION 3.25)
 
 if(DEFINED NAME_FILE)
@@ -47,12 +47,15 @@ subjectKeyIdentifier = hash
 authorityKeyIdentifier = keyid
 ")
 
-set(new_certificate openssl req -x509 -config openssl.cnf -newkey rsa:3072 -noenc -sha256 -days 3650)
+if(NOT DEFINED SIGNER_DIGEST)
+  set(SIGNER_DIGEST sha256)
+endif()
+set(new_certificate openssl req -x509 -config openssl.cnf -newkey rsa:3072 -noenc -days 3650)
 execute_process(
-  COMMAND ${new_certificate} -section authority -keyout authority.key -out authority.pem
+  COMMAND ${new_certificate} -sha256 -section authority -keyout authority.key -out authority.pem
   WORKING_DIRECTORY ${FOLDER} ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(
-  COMMAND ${new_certificate} -section signer -CA authority.pem -CAkey authority.key
+  COMMAND ${new_certificate} -${SIGNER_DIGEST} -section signer -CA authority.pem -CAkey authority.key
     -keyout signer.key -out signer.pem
   WORKING_DIRECTORY ${FOLDER} ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
 file(REMOVE ${FOLDER}/authority.key)

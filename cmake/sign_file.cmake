@@ -13,8 +13,8 @@ if(SIGNATURE STREQUAL "detached")
 else()
   file(REMOVE ${FILE}.signed)
   execute_process(
-    COMMAND osslsigncode sign -h sha256 -certs ${certificate} -key ${key} -in ${FILE}
-      -out ${FILE}.signed
+    COMMAND osslsigncode sign -h sha256 -certs ${certificate} -ac ${FOLDER}/authority.pem -key ${key}
+      -in ${FILE} -out ${FILE}.signed
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
   file(RENAME ${FILE}.signed ${FILE})
 endif()
