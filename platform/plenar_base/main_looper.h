@@ -23,7 +23,8 @@ class PLENAR_BASE_EXPORT MainLooperScope {
   MainLooperScope& operator=(const MainLooperScope&) = delete;
 
   /// Runs tasks, due timers and window messages until `Quit`, waiting in between. With a
-  /// simulated time source there is nothing to wait for: use `RunUntilIdle`. [main looper]
+  /// simulated time source only what is posted, messages and `Quit` end a wait, since no time
+  /// passes: use `RunUntilIdle`. Inside a task it returns at once. [main looper]
   void Run();
 
   /// Makes `Run` return after the task that is running now. A `Quit` before `Run` makes that
@@ -31,7 +32,8 @@ class PLENAR_BASE_EXPORT MainLooperScope {
   void Quit();
 
   /// Runs everything that is ready (messages, tasks, timers that are due), including what that
-  /// makes ready, and returns how many ran. Never waits. [main looper]
+  /// makes ready, and returns how many ran. Never waits. Inside a task nothing runs.
+  /// [main looper]
   std::size_t RunUntilIdle();
 
   /// When the next delayed task or running timer is due, in milliseconds of the time source's
