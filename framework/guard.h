@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <utility>
 
 namespace quorvel_service {
@@ -13,6 +14,22 @@ void Swallow(F&& function) noexcept {
   } catch (...) {
     // Nobody above could do anything about it.
   }
+}
+
+/// Runs `function` and gives what it throws, for calls that others have to follow before the
+/// failure goes on its way; null if it throws nothing.
+template <class F>
+[[nodiscard]] std::exception_ptr Attempt(F&& function) noexcept {
+  try {
+    std::forward<F>(function)();
+    return nullptr;
+  } catch (...) {
+    return std::current_exception();
+  }
+}
+
+inline void Rethrow(const std::exception_ptr& failure) {
+  if (failure) std::rethrow_exception(failure);
 }
 
 /// The callable that runs `function` like `Swallow`, whatever its arguments are.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <exception>
 #include <memory>
 #include <utility>
 
@@ -163,13 +162,16 @@ void ForwardLibraryLog(const char* file, int line, const char* function, int lev
   });
 }
 
-void LogCaughtException(const char* function) noexcept {
+void LogFailure(const std::exception_ptr& failure, const char* file, int line,
+                const char* function) noexcept {
+  if (base::log::GetLogLevel() < kError) return;
+  __logwriter writer = MakeLogWriter(kError, file, line, function);
   try {
-    throw;
+    std::rethrow_exception(failure);
   } catch (const std::exception& exception) {
-    QV_LOG_AT(kError, function, __LINE__) << "operation failed: " << exception.what();
+    writer.Stream() << "operation failed: " << exception.what();
   } catch (...) {
-    QV_LOG_AT(kError, function, __LINE__) << "operation failed";
+    writer.Stream() << "operation failed";
   }
 }
 

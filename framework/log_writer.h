@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -85,9 +86,9 @@ class __logwriter {
 void ForwardLibraryLog(const char* file, int line, const char* function, int level,
                        const char* message) noexcept;
 
-/// Logs at level 3 what is being handled: an exception that would have passed out of `function`.
-/// To be called from a handler.
-void LogCaughtException(const char* function) noexcept;
+/// Logs a failure of `function` at level 3. See `QV_LOG_FAILURE`.
+void LogFailure(const std::exception_ptr& failure, const char* file, int line,
+                const char* function) noexcept;
 
 /// The part of a path behind its last separator.
 consteval const char* BaseName(const char* path) {
@@ -117,6 +118,10 @@ consteval const char* BaseName(const char* path) {
   } else if (const auto name = (value); false) { \
   } else                                         \
     QV_LOG_WRITER(level, __func__, __LINE__)
+
+/// Logs an exception that would have passed out of the enclosing function.
+#define QV_LOG_FAILURE(failure) \
+  ::quorvel_service::LogFailure(failure, ::quorvel_service::BaseName(__FILE__), __LINE__, __func__)
 
 #define QV_LOG_WRITER(level, function, line)                                                     \
   ::quorvel_service::MakeLogWriter(level, ::quorvel_service::BaseName(__FILE__), line, function) \

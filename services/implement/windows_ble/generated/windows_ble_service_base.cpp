@@ -57,7 +57,7 @@ std::int32_t CallMethod(const Method& method, Service& service, const Variant& a
   try {
     return method.call(service, arguments);
   } catch (...) {
-    LogCaughtException(__func__);
+    QV_LOG_FAILURE(std::current_exception());
     return windows_ble::result::kLibraryFailure;
   }
 }

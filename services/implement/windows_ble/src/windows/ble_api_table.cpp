@@ -1,5 +1,7 @@
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 
+#include "framework/guard.h"
+
 namespace quorvel_service {
 namespace {
 
@@ -49,6 +51,7 @@ constexpr BleApiBinding kBindings[] = {
 
 const BleApiBinding* BleApiTable::Bind(HMODULE loaded) noexcept {
   module = loaded;
+  ++load_count;
   for (const BleApiBinding& binding : kBindings) {
     const FARPROC function = ::GetProcAddress(module, binding.name);
     if (function == nullptr) return &binding;
@@ -61,6 +64,18 @@ void BleApiTable::Unload() noexcept {
   if (module == nullptr) return;
   ::FreeLibrary(module);
   module = nullptr;
+  --load_count;
+}
+
+void BleApiTable::WithdrawCallables() const noexcept {
+  if (load_count == 0) return;
+  const auto withdraw = [](auto set) {
+    if (set != nullptr) Swallow([set] { set(nullptr); });
+  };
+  withdraw(BleClientSetReceivedBroadcastCB);
+  withdraw(BleClientSetStoppedWatchBroadcastCB);
+  withdraw(BleServerSetStatusChangedCB);
+  withdraw(BleSetLogFunc);
 }
 
 BleApiTable& BleApi() noexcept {

@@ -21,6 +21,10 @@ struct BleApiTable {
 
   HMODULE module = nullptr;
 
+  /// How often the library is loaded. It can still be when the gate is closed: several loads are
+  /// ended by one unload.
+  int load_count = 0;
+
   decltype(&::BleInit) BleInit = nullptr;
   decltype(&::BleUnInit) BleUnInit = nullptr;
   decltype(&::BleSetLogFunc) BleSetLogFunc = nullptr;
@@ -39,13 +43,16 @@ struct BleApiTable {
   decltype(&::BleServerStartBroadcast) BleServerStartBroadcast = nullptr;
   decltype(&::BleServerStopBroadcast) BleServerStopBroadcast = nullptr;
 
-  /// Resolves the functions of a library that has just been loaded, in order. Gives null when all
-  /// are there, else the first that is missing; those behind it are not tried. The calling thread's
-  /// last error is then the one of the failed look-up.
+  /// Takes over a library that has just been loaded and resolves its functions, in order. Gives
+  /// null when all are there, else the first that is missing; those behind it are not tried. The
+  /// calling thread's last error is then the one of the failed look-up.
   [[nodiscard]] const BleApiBinding* Bind(HMODULE loaded) noexcept;
 
-  /// Unloads the library if it is loaded and closes the gate.
+  /// Unloads the library once, if the gate is open, and closes the gate.
   void Unload() noexcept;
+
+  /// Takes the module's callables back from a library that is still loaded, the gate open or not.
+  void WithdrawCallables() const noexcept;
 
   /// Calls a function of the library: `Call<&BleApiTable::BleInit>(std::uintptr_t{0})`. What the
   /// library throws passes through.

@@ -10,6 +10,7 @@
 #include <plenar_base/timer.h>
 #include <plenar_ble_api/ble_api.h>
 
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 #include "services/implement/windows_ble/src/windows/ble_wrapper_delegate.h"
 #include "services/implement/windows_ble/src/windows/scan_cache.h"
 #include "services/implement/windows_ble/src/windows/watch_filter.h"
@@ -45,7 +46,7 @@ class BleWrapper {
   std::int32_t BleStartBroadcast(bool start, const std::string& uuid,
                                  const std::vector<std::uint8_t>& custom_data) noexcept;
 
-  /// `scan_mode` is the host's: 0, 1 or 2. The interval is in milliseconds.
+  /// `scan_mode` is the host's: 0, 1 or 2, any other counts as 0. The interval is in milliseconds.
   std::int32_t BleStartWatchBroadcast(bool start, const std::string& uuid, std::uint32_t scan_mode,
                                       bool continue_callback_enable,
                                       std::uint64_t broadcast_cb_interval) noexcept;
@@ -69,6 +70,7 @@ class BleWrapper {
   void ReportRetryInfo(bool is_success, std::int32_t retry_time);
   void CreateMessageWindow();
   void DestroyMessageWindow() noexcept;
+  void UnregisterWindowClass() noexcept;
   static LRESULT CALLBACK MessageWndProc(HWND window, UINT message, WPARAM wparam,
                                          LPARAM lparam) noexcept;
 
@@ -78,6 +80,11 @@ class BleWrapper {
   void DoPublisherStatusChangedInfo(BlePublisherStatus status, BleError err);
 
   // Scanning.
+  enum WatcherStatus : std::int32_t {
+    kWatcherStarted = 1,
+    kWatcherStopping = 2,
+    kWatcherStopped = 3,
+  };
   void RegisterBroadcastWatherStoppedCB();
   std::int32_t InnerWatchBroadcast();
   void OnBroadcastWatherStopped();
@@ -103,9 +110,9 @@ class BleWrapper {
   HWND message_window_ = nullptr;
   HDEVNOTIFY device_notification_ = nullptr;
   std::int32_t scan_mode_ = 1;  // in the library's numbering
-  std::int32_t ble_state_ = 1;
+  std::int32_t ble_state_ = windows_ble::result::kNotInitialised;
   bool need_to_watch_broadcast_ = false;  // as soon as the watcher has stopped
-  std::int32_t watcher_status_ = 3;
+  std::int32_t watcher_status_ = kWatcherStopped;
   std::uint64_t broadcast_cb_interval_ = 500;  // ms
   std::uint64_t retry_interval_ = 3000;        // ms
   std::uint64_t long_retry_interval_ = 30000;  // ms, for large budgets
@@ -117,8 +124,12 @@ class BleWrapper {
   std::unique_ptr<base::threading::Timer> stopped_check_timer_;
   bool continue_callback_enable_ = true;
 
-  WatchFilter watch_filter_;            // `watch_uuid_` for the library's threads
-  bool delivering_retry_info_ = false;  // the host may check the state from inside the report
+  WatchFilter watch_filter_;  // `watch_uuid_` for the library's threads
+
+  // The host may call any method from inside a report; what would make the same report again, and
+  // so go on without end, is left out then.
+  bool delivering_retry_info_ = false;
+  bool delivering_device_json_ = false;
 };
 
 }  // namespace quorvel_service

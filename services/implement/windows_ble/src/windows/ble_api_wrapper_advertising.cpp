@@ -61,11 +61,12 @@ std::int32_t BleWrapper::BleStartBroadcast(bool start, const std::string& uuid,
   }
   QV_LOG(kInformation) << "publisher started, need to stop it first";
   broadcast_data_ = std::move(payload);
-  BleApi().Call<&BleApiTable::BleServerStopBroadcast>();
+  const auto failure = Attempt([] { BleApi().Call<&BleApiTable::BleServerStopBroadcast>(); });
   need_restart_broadcast_ = true;
+  Rethrow(failure);
   return windows_ble::result::kSuccess;
 } catch (...) {
-  LogCaughtException(__func__);
+  QV_LOG_FAILURE(std::current_exception());
   return windows_ble::result::kLibraryFailure;
 }
 

@@ -1,8 +1,7 @@
-#include <exception>
-
 #include <plenar_base/deviceinfo.h>
 #include <plenar_base/time.h>
 
+#include "framework/process_end.h"
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
 #include "services/implement/windows_ble/src/windows/build_settings.h"
@@ -29,6 +28,23 @@ BleError CheckAdapter() noexcept {
 BleWrapper& BleWrapper::GetInstance() {
   static BleWrapper instance;
   return instance;
+}
+
+BleWrapper::~BleWrapper() {
+  if (IsProcessEnding()) {
+    // Other threads were ended wherever they stood, perhaps holding a lock that this would wait
+    // for.
+    for (auto* const timer : {&broadcast_cb_timer_, &init_check_timer_, &stopped_check_timer_}) {
+      static_cast<void>(timer->release());
+    }
+    return;
+  }
+  // The module's code is about to go. A window class is not unregistered with the library that
+  // registered it, and the BLE API library may stay loaded: neither may keep a pointer into the
+  // module.
+  DestroyMessageWindow();
+  UnregisterWindowClass();
+  BleApi().WithdrawCallables();
 }
 
 std::int32_t BleWrapper::Init(std::int32_t retry_time) noexcept try {
@@ -63,12 +79,14 @@ std::int32_t BleWrapper::Init(std::int32_t retry_time) noexcept try {
     api.Unload();
     return windows_ble::result::kLibraryFailure;
   }
-  api.Call<&BleApiTable::BleSetLogFunc>(&ForwardLibraryLog);
+  Swallow([&] { api.Call<&BleApiTable::BleSetLogFunc>(&ForwardLibraryLog); });
 
   QV_LOG(kInformation) << "start ble init...,retry_time = " << retry_time;
-  if (const int ret = api.Call<&BleApiTable::BleInit>(std::uintptr_t{0}); ret != 0) {
+  int ret = BleApiTable::kRefused;
+  Swallow([&] { ret = api.Call<&BleApiTable::BleInit>(std::uintptr_t{0}); });
+  if (ret != 0) {
     QV_LOG(kError) << "ble init failed, ret: " << ret;
-    api.Call<&BleApiTable::BleUnInit>();
+    Swallow([&] { api.Call<&BleApiTable::BleUnInit>(); });
     api.Unload();
     return windows_ble::result::kLibraryFailure;
   }
@@ -84,7 +102,7 @@ std::int32_t BleWrapper::Init(std::int32_t retry_time) noexcept try {
   inited_ = true;
   return windows_ble::result::kSuccess;
 } catch (...) {
-  LogCaughtException(__func__);
+  QV_LOG_FAILURE(std::current_exception());
   return windows_ble::result::kLibraryFailure;
 }
 
@@ -94,20 +112,15 @@ std::int32_t BleWrapper::UnInit() noexcept try {
     return windows_ble::result::kNotInitialised;
   }
   QV_LOG(kInformation) << "start ble uninit...";
-  std::exception_ptr failure;  // of the library; BLE support goes down all the same
-  try {
-    BleApi().Call<&BleApiTable::BleUnInit>();
-  } catch (...) {
-    failure = std::current_exception();
-  }
+  const auto failure = Attempt([] { BleApi().Call<&BleApiTable::BleUnInit>(); });
   BleApi().Unload();
   DestroyMessageWindow();
   QV_LOG(kInformation) << "ble uninit success";
   inited_ = false;
-  if (failure) std::rethrow_exception(failure);
+  Rethrow(failure);
   return windows_ble::result::kSuccess;
 } catch (...) {
-  LogCaughtException(__func__);
+  QV_LOG_FAILURE(std::current_exception());
   return windows_ble::result::kLibraryFailure;
 }
 
@@ -141,13 +154,17 @@ void BleWrapper::DoInitCheckCallback() {
   ++has_retry_time_;
   if (CheckAdapter() == BleError::kNone) {
     StopInitCheckTimer();
-    CompleteSetUp();
-    QV_LOG(kInformation) << "ble init success";
-    inited_ = true;
-    CheckBleState(true, false);
-    retry_report_pending_ = true;
-    ReportRetryInfo(true, has_retry_time_);
-    has_retry_time_ = 0;
+    if (const auto failure = Attempt([this] { CompleteSetUp(); })) {
+      QV_LOG_FAILURE(failure);
+      StartInitCheckTimer(retry_interval_);  // one more failed check
+    } else {
+      QV_LOG(kInformation) << "ble init success";
+      inited_ = true;
+      CheckBleState(true, false);
+      retry_report_pending_ = true;
+      ReportRetryInfo(true, has_retry_time_);
+      has_retry_time_ = 0;
+    }
   }
   // Unsigned on purpose: a clock that was set back to before the first check starts a new period
   // too.

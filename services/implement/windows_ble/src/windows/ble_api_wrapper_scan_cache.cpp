@@ -87,6 +87,7 @@ std::int32_t BleWrapper::GetBleScanCache() noexcept {
 void BleWrapper::DoScanCallback() {
   const std::uint64_t now = util::time::GetTimestamp();
   if (scan_mode_ == 0) scan_cache_.RemoveExpired(now);
+  // With no receiver the records serve the log lines only.
   if (delegate_ == nullptr && base::log::GetLogLevel() < kInformation) return;
 
   JsonValue devices(JsonType::kArray);
@@ -101,7 +102,9 @@ void BleWrapper::DoScanCallback() {
   }
   if (delegate_ == nullptr) return;
   const std::string json = devices.ToStyledString(nullptr);
+  delivering_device_json_ = true;
   Swallow([&] { delegate_->OnDeviceJson(json); });
+  delivering_device_json_ = false;
   if (continue_callback_enable_ || scan_mode_ == 1) scan_cache_.Clear();
 }
 

@@ -1,16 +1,11 @@
+#include <iterator>
+
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
 #include "services/implement/windows_ble/src/windows/wrapper_support.h"
 
 namespace quorvel_service {
 namespace {
-
-/// Values of `watcher_status_`.
-enum WatcherStatus : std::int32_t {
-  kWatcherStarted = 1,
-  kWatcherStopping = 2,
-  kWatcherStopped = 3,
-};
 
 /// How long a library that does not report the end of its watcher is waited for.
 constexpr std::uint64_t kStoppedCheckDelayMs = 100;
@@ -39,15 +34,19 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
   if (!start) {
     if (watcher_status_ == kWatcherStarted) {
       watcher_status_ = kWatcherStopping;
-      BleApi().Call<&BleApiTable::BleClientStopWatchBroadcast>();
+      const auto failure =
+          Attempt([] { BleApi().Call<&BleApiTable::BleClientStopWatchBroadcast>(); });
       StartStoppedCheckTimer(kStoppedCheckDelayMs);
+      Rethrow(failure);
     }
     return windows_ble::result::kSuccess;
   }
 
   continue_callback_enable_ = continue_callback_enable;
   const std::int32_t library_mode = TranslateScanMode(scan_mode);
-  if (scan_mode_ == 0 && library_mode == 1) DoScanCallback();  // still by the rules of mode 0
+  if (scan_mode_ == 0 && library_mode == 1 && !delivering_device_json_) {
+    DoScanCallback();  // still by the rules of mode 0
+  }
   scan_mode_ = library_mode;
   broadcast_cb_interval_ = broadcast_cb_interval;
   if (watcher_status_ == kWatcherStopping) {
@@ -57,7 +56,7 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
   }
   return InnerWatchBroadcast();
 } catch (...) {
-  LogCaughtException(__func__);
+  QV_LOG_FAILURE(std::current_exception());
   return windows_ble::result::kLibraryFailure;
 }
 
@@ -67,12 +66,16 @@ std::int32_t BleWrapper::InnerWatchBroadcast() {
   } else {
     StopBroadcastCBTimer();
   }
-  const BleApiTable& api = BleApi();
-  api.Call<&BleApiTable::BleClientSetScanMode>(scan_mode_);
-  const int result = api.Call<&BleApiTable::BleClientStartWatchBroadcast>();
-  watcher_status_ =
-      kWatcherStarted;  // also when refused: a later stop then still reaches the library
+  int result = BleApiTable::kRefused;
+  const auto failure = Attempt([&] {
+    const BleApiTable& api = BleApi();
+    api.Call<&BleApiTable::BleClientSetScanMode>(scan_mode_);
+    result = api.Call<&BleApiTable::BleClientStartWatchBroadcast>();
+  });
+  // Also when refused, so that a later stop still reaches the library.
+  watcher_status_ = kWatcherStarted;
   QV_LOG(kInformation) << "ble watch broadcast result: " << result;
+  Rethrow(failure);
   return result == 0 ? windows_ble::result::kSuccess : windows_ble::result::kLibraryFailure;
 }
 

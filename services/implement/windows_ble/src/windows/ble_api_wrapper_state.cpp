@@ -4,6 +4,9 @@
 #include <dbt.h>
 #include <setupapi.h>
 
+#include <optional>
+#include <string>
+
 #include <plenar_base/json.h>
 
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
@@ -44,39 +47,26 @@ class DeviceSet {
   HDEVINFO devices_;
 };
 
-/// The registry value that says whether a radio answers inquiries: 1 is yes. False if the device
-/// has no such number.
-bool ReadWriteScanEnable(const std::string& device_id, DWORD& value) {
-  const std::string path = "SYSTEM\\CurrentControlSet\\Enum\\" + device_id + "\\Device Parameters";
+/// The registry value that says whether a radio answers inquiries: 1 is yes. None if the device has
+/// no such number.
+std::optional<DWORD> WriteScanEnable(const char* device_id) {
+  const std::string path =
+      std::string("SYSTEM\\CurrentControlSet\\Enum\\") + device_id + "\\Device Parameters";
   HKEY key = nullptr;
   if (::RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
-    return false;
+    return std::nullopt;
   }
+  DWORD value = 0;
   DWORD type = 0;
   DWORD size = sizeof(value);
-  value = 0;
   const auto result = ::RegQueryValueExA(key, "Write Scan Enable", nullptr, &type,
                                          reinterpret_cast<BYTE*>(&value), &size);
   ::RegCloseKey(key);
-  return result == ERROR_SUCCESS && type == REG_DWORD;
+  if (result != ERROR_SUCCESS || type != REG_DWORD) return std::nullopt;
+  return value;
 }
 
 }  // namespace
-
-BleWrapper::~BleWrapper() {
-  // The module's code is about to go. A window class is not unregistered with the library that
-  // registered it, and the BLE API library stays loaded while an adapter is waited for: neither may
-  // keep a pointer into the module.
-  DestroyMessageWindow();
-  ::UnregisterClassA(kWindowClass, nullptr);
-  Swallow([] {
-    const BleApiTable& api = BleApi();
-    api.Call<&BleApiTable::BleClientSetReceivedBroadcastCB>(nullptr);
-    api.Call<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>(nullptr);
-    api.Call<&BleApiTable::BleServerSetStatusChangedCB>(nullptr);
-    api.Call<&BleApiTable::BleSetLogFunc>(nullptr);
-  });
-}
 
 std::int32_t BleWrapper::CheckBleState(bool report_to_delegate,
                                        bool need_check_discoverable) noexcept try {
@@ -109,7 +99,7 @@ std::int32_t BleWrapper::CheckBleState(bool report_to_delegate,
   if (retry_report_pending_ && !delivering_retry_info_) ReportRetryInfo(true, has_retry_time_);
   return state;
 } catch (...) {
-  LogCaughtException(__func__);
+  QV_LOG_FAILURE(std::current_exception());
   return windows_ble::result::kLibraryFailure;
 }
 
@@ -137,7 +127,7 @@ bool BleWrapper::CheckBleRadioIsDiscoverable() const {
   for (DWORD index = 0; ::SetupDiEnumDeviceInfo(devices.Get(), index, &device); ++index) {
     char id[260] = {};
     if (!::SetupDiGetDeviceInstanceIdA(devices.Get(), &device, id, sizeof(id), nullptr)) continue;
-    if (DWORD value = 0; ReadWriteScanEnable(id, value)) return value == 1;
+    if (const auto value = WriteScanEnable(id)) return *value == 1;
   }
   return false;
 }
@@ -176,6 +166,10 @@ void BleWrapper::CreateMessageWindow() {
   filter.dbcc_classguid = kRadioInterfaceClass;
   device_notification_ =
       ::RegisterDeviceNotificationA(message_window_, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+}
+
+void BleWrapper::UnregisterWindowClass() noexcept {
+  ::UnregisterClassA(kWindowClass, ::GetModuleHandleA(nullptr));
 }
 
 void BleWrapper::DestroyMessageWindow() noexcept {

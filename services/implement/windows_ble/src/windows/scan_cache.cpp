@@ -1,17 +1,11 @@
 #include "services/implement/windows_ble/src/windows/scan_cache.h"
 
-#include <iterator>
 #include <utility>
 
 namespace quorvel_service {
 namespace {
 
 constexpr std::uint64_t kFreshSeconds = 20;
-
-/// The difference is unsigned on purpose: a time stamp ahead of `now` counts as very old.
-bool IsExpired(std::uint64_t now, std::uint64_t timestamp) noexcept {
-  return now - timestamp > kFreshSeconds;
-}
 
 }  // namespace
 
@@ -30,9 +24,13 @@ void ScanCache::Store(ScanCacheItem item) {
 }
 
 void ScanCache::RemoveExpired(std::uint64_t now) {
-  // Sorted by time stamp, what is too old stands first and what lies ahead of the clock last.
-  while (!ages_.empty() && IsExpired(now, ages_.begin()->first)) Remove(ages_.begin());
-  while (!ages_.empty() && IsExpired(now, ages_.rbegin()->first)) Remove(std::prev(ages_.end()));
+  const std::uint64_t oldest_fresh = now - kFreshSeconds;
+  if (oldest_fresh <= now) {
+    Remove(ages_.begin(), ages_.lower_bound(oldest_fresh));
+    Remove(ages_.upper_bound(now), ages_.end());
+  } else {  // within the first seconds of the clock's range the fresh stamps wrap around its end
+    Remove(ages_.upper_bound(now), ages_.lower_bound(oldest_fresh));
+  }
 }
 
 void ScanCache::Clear() noexcept {
@@ -40,9 +38,9 @@ void ScanCache::Clear() noexcept {
   devices_.clear();
 }
 
-void ScanCache::Remove(Ages::iterator age) {
-  devices_.erase(devices_.find(*age->second));
-  ages_.erase(age);
+void ScanCache::Remove(Ages::iterator first, Ages::iterator last) {
+  for (auto age = first; age != last; ++age) devices_.erase(devices_.find(*age->second));
+  ages_.erase(first, last);
 }
 
 }  // namespace quorvel_service

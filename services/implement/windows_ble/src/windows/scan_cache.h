@@ -35,8 +35,8 @@ class ScanCache {
   /// Stores an item under its device, replacing one that is there.
   void Store(ScanCacheItem item);
 
-  /// Removes every item that is more than 20 seconds old, or, since the clock can be set back, not
-  /// yet due at `now`.
+  /// Removes every item whose time stamp is not within the 20 seconds up to `now`: older ones and,
+  /// since the clock can be set back, those ahead of it.
   void RemoveExpired(std::uint64_t now);
 
   void Clear() noexcept;
@@ -48,7 +48,7 @@ class ScanCache {
   [[nodiscard]] auto end() const noexcept { return devices_.end(); }
 
  private:
-  void Remove(Ages::iterator age);
+  void Remove(Ages::iterator first, Ages::iterator last);
 
   std::map<std::string, Device> devices_;
   Ages ages_;

@@ -12,7 +12,7 @@ void WatchFilter::Watch(const std::string& uuid) {
   kept_.push_back(std::make_unique<const Snapshot>(Snapshot{uuid, UuidStringToBytes(uuid)}));
   current_.store(kept_.back().get());
   // A reader that comes after this store sees the new snapshot. With no reader inside now, the old
-  // ones are out of reach; otherwise a later request frees them.
+  // ones are out of reach; otherwise a later change frees them.
   if (readers_.load() == 0) kept_.erase(kept_.begin(), kept_.end() - 1);
 }
 
