@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <setupapi.h>
 #include <shlwapi.h>
+#include <winternl.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -63,6 +64,9 @@ static_assert(offsetof(SP_DEVINFO_DATA, ClassGuid) == 4);
 static_assert(offsetof(SP_DEVINFO_DATA, DevInst) == 20);
 static_assert(offsetof(SP_DEVINFO_DATA, Reserved) == 24);
 static_assert(sizeof(BLUETOOTH_FIND_RADIO_PARAMS) == 4);
+static_assert(offsetof(RTL_OSVERSIONINFOW, dwPlatformId) == 16);
+static_assert(offsetof(RTL_OSVERSIONINFOW, szCSDVersion) == 20);
+static_assert(sizeof(RTL_OSVERSIONINFOW) == 20 + 128 * sizeof(WCHAR));
 
 static_assert(TRUE == 1 && FALSE == 0 && MAX_PATH == 260);
 static_assert(WM_NULL == 0 && WM_CREATE == 1 && WM_DESTROY == 2 && WM_CLOSE == 0x10);
@@ -76,7 +80,7 @@ static_assert(DIGCF_PRESENT == 0x2 && DIGCF_DEVICEINTERFACE == 0x10);
 static_assert(KEY_QUERY_VALUE == 1 && KEY_READ == 0x20019);
 static_assert(REG_NONE == 0 && REG_SZ == 1 && REG_BINARY == 3 && REG_DWORD == 4);
 
-static_assert(ERROR_SUCCESS == 0 && NO_ERROR == 0);
+static_assert(ERROR_SUCCESS == 0);
 static_assert(ERROR_FILE_NOT_FOUND == 2 && ERROR_ACCESS_DENIED == 5);
 static_assert(ERROR_INVALID_HANDLE == 6 && ERROR_NOT_ENOUGH_MEMORY == 8);
 static_assert(ERROR_INVALID_DATA == 13 && ERROR_INVALID_PARAMETER == 87);

@@ -3,9 +3,7 @@
 /// Error codes of `GetLastError` and of the registry calls, and the C library's own type for them.
 
 #define ERROR_SUCCESS 0
-#define NO_ERROR 0
 #define ERROR_FILE_NOT_FOUND 2
-#define ERROR_PATH_NOT_FOUND 3
 #define ERROR_ACCESS_DENIED 5
 #define ERROR_INVALID_HANDLE 6
 #define ERROR_NOT_ENOUGH_MEMORY 8
@@ -18,7 +16,6 @@
 #define ERROR_BAD_EXE_FORMAT 193
 #define ERROR_MORE_DATA 234
 #define ERROR_NO_MORE_ITEMS 259
-#define ERROR_INVALID_FLAGS 1004
 #define ERROR_KEY_DELETED 1018
 #define ERROR_NO_UNICODE_TRANSLATION 1113
 #define ERROR_MESSAGE_SYNC_ONLY 1159

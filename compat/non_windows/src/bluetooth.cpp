@@ -3,10 +3,10 @@
 #include "pc_state.h"
 #include "stand_in_call.h"
 
-using namespace simulated_pc;
+namespace simulated_pc {
 
-HBLUETOOTH_RADIO_FIND BluetoothFindFirstRadio(BLUETOOTH_FIND_RADIO_PARAMS* parameters,
-                                              HANDLE* radio) {
+STAND_IN HBLUETOOTH_RADIO_FIND BluetoothFindFirstRadio(BLUETOOTH_FIND_RADIO_PARAMS* parameters,
+                                                       HANDLE* radio) {
   const StandInCall call("BluetoothFindFirstRadio", parameters, radio);
   return call.Run(nullptr, [&]() -> HBLUETOOTH_RADIO_FIND {
     if (parameters == nullptr || radio == nullptr) throw Win32Error{ERROR_INVALID_PARAMETER};
@@ -18,17 +18,19 @@ HBLUETOOTH_RADIO_FIND BluetoothFindFirstRadio(BLUETOOTH_FIND_RADIO_PARAMS* param
   });
 }
 
-BOOL BluetoothFindRadioClose(HBLUETOOTH_RADIO_FIND search) {
+STAND_IN BOOL BluetoothFindRadioClose(HBLUETOOTH_RADIO_FIND search) {
   return StandInCall("BluetoothFindRadioClose", search).Run(FALSE, [&] {
     LockedPc()->Close<RadioSearch>(search);
     return TRUE;
   });
 }
 
-BOOL CloseHandle(HANDLE object) {
+STAND_IN BOOL CloseHandle(HANDLE object) {
   return StandInCall("CloseHandle", object).Run(FALSE, [&] {
     // The same value stands for the current process, and closing that does nothing.
     if (object != INVALID_HANDLE_VALUE) LockedPc()->Close<Radio>(object);
     return TRUE;
   });
 }
+
+}  // namespace simulated_pc

@@ -56,11 +56,7 @@ std::size_t SimulatedPc::DeviceNotificationCount() const {
   return LockedPc()->desktop.notifications.size();
 }
 
-}  // namespace simulated_pc
-
-using namespace simulated_pc;
-
-HDEVNOTIFY RegisterDeviceNotificationA(HANDLE recipient, LPVOID filter, DWORD flags) {
+STAND_IN HDEVNOTIFY RegisterDeviceNotificationA(HANDLE recipient, LPVOID filter, DWORD flags) {
   const StandInCall call("RegisterDeviceNotificationA", recipient, filter, flags);
   return call.Run(nullptr, [&]() -> HDEVNOTIFY {
     const GUID interface_class = CheckFilter(filter, flags).dbcc_classguid;
@@ -73,7 +69,7 @@ HDEVNOTIFY RegisterDeviceNotificationA(HANDLE recipient, LPVOID filter, DWORD fl
   });
 }
 
-BOOL UnregisterDeviceNotification(HDEVNOTIFY notification) {
+STAND_IN BOOL UnregisterDeviceNotification(HDEVNOTIFY notification) {
   return StandInCall("UnregisterDeviceNotification", notification).Run(FALSE, [&] {
     if (LockedPc()->desktop.notifications.erase(notification) == 0) {
       throw Win32Error{ERROR_INVALID_HANDLE};
@@ -81,3 +77,5 @@ BOOL UnregisterDeviceNotification(HDEVNOTIFY notification) {
     return TRUE;
   });
 }
+
+}  // namespace simulated_pc

@@ -3,8 +3,7 @@
 #include "pc_state.h"
 #include "stand_in_call.h"
 
-using namespace simulated_pc;
-
+namespace simulated_pc {
 namespace {
 
 /// The set-up class of Bluetooth devices, {E0CBF06C-CD8B-4647-BB8A-263B43F0F974}.
@@ -26,7 +25,8 @@ DeviceSet FindDevices(const PcState& pc, const GUID& class_guid, PCSTR enumerato
 
 }  // namespace
 
-HDEVINFO SetupDiGetClassDevsA(const GUID* class_guid, PCSTR enumerator, HWND parent, DWORD flags) {
+STAND_IN HDEVINFO SetupDiGetClassDevsA(const GUID* class_guid, PCSTR enumerator, HWND parent,
+                                       DWORD flags) {
   const StandInCall call("SetupDiGetClassDevsA", class_guid, enumerator, parent, flags);
   return call.Run(INVALID_HANDLE_VALUE, [&]() -> HDEVINFO {
     if (class_guid == nullptr) throw Win32Error{ERROR_INVALID_PARAMETER};
@@ -35,7 +35,7 @@ HDEVINFO SetupDiGetClassDevsA(const GUID* class_guid, PCSTR enumerator, HWND par
   });
 }
 
-BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, PSP_DEVINFO_DATA device) {
+STAND_IN BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, PSP_DEVINFO_DATA device) {
   return StandInCall("SetupDiEnumDeviceInfo", set, index).Run(FALSE, [&] {
     const LockedPc pc;
     const auto& found = pc->Get<DeviceSet>(set);
@@ -49,8 +49,8 @@ BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, PSP_DEVINFO_DATA device) {
   });
 }
 
-BOOL SetupDiGetDeviceInstanceIdA(HDEVINFO set, PSP_DEVINFO_DATA device, PSTR instance_id,
-                                 DWORD size, PDWORD required_size) {
+STAND_IN BOOL SetupDiGetDeviceInstanceIdA(HDEVINFO set, PSP_DEVINFO_DATA device, PSTR instance_id,
+                                          DWORD size, PDWORD required_size) {
   return StandInCall("SetupDiGetDeviceInstanceIdA", set, device, size).Run(FALSE, [&] {
     const LockedPc pc;
     const auto& ids = pc->Get<DeviceSet>(set).instance_ids;
@@ -68,9 +68,11 @@ BOOL SetupDiGetDeviceInstanceIdA(HDEVINFO set, PSP_DEVINFO_DATA device, PSTR ins
   });
 }
 
-BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set) {
+STAND_IN BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set) {
   return StandInCall("SetupDiDestroyDeviceInfoList", set).Run(FALSE, [&] {
     LockedPc()->Close<DeviceSet>(set);
     return TRUE;
   });
 }
+
+}  // namespace simulated_pc

@@ -20,8 +20,10 @@ namespace fs = std::filesystem;
 const auto executable_module = static_cast<HMODULE>(dlopen(nullptr, RTLD_NOW));
 
 fs::path ExecutablePath() {
-  std::string path = LockedPc()->machine.executable_path;
-  return path.empty() ? fs::read_symlink("/proc/self/exe") : fs::path(std::move(path));
+  const std::string path = LockedPc()->machine.executable_path;
+  if (!path.empty()) return path;
+  std::error_code error;
+  return fs::read_symlink("/proc/self/exe", error);
 }
 
 std::string_view FileName(std::string_view path) {
@@ -110,11 +112,7 @@ int SimulatedPc::LibraryLoadCount(const std::string& file_name) const {
   return count;
 }
 
-}  // namespace simulated_pc
-
-using namespace simulated_pc;
-
-HMODULE LoadLibraryA(LPCSTR file_name) {
+STAND_IN HMODULE LoadLibraryA(LPCSTR file_name) {
   return StandInCall("LoadLibraryA", file_name).Run(nullptr, [&] {
     const std::string path = FindFile(ToPath(file_name));
     // The library's start-up may make calls of its own, so the state is not locked here.
@@ -128,7 +126,7 @@ HMODULE LoadLibraryA(LPCSTR file_name) {
   });
 }
 
-BOOL FreeLibrary(HMODULE module) {
+STAND_IN BOOL FreeLibrary(HMODULE module) {
   return StandInCall("FreeLibrary", module).Run(FALSE, [&] {
     if (module == nullptr) throw Win32Error{ERROR_INVALID_HANDLE};
     if (module == ExecutableModule()) return TRUE;
@@ -143,7 +141,7 @@ BOOL FreeLibrary(HMODULE module) {
   });
 }
 
-FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
+STAND_IN FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
   return StandInCall("GetProcAddress", module, name).Run(nullptr, [&] {
     void* const symbol = FindExport(module, name);
     if (symbol == nullptr) throw Win32Error{ERROR_PROC_NOT_FOUND};
@@ -151,7 +149,7 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
   });
 }
 
-HMODULE GetModuleHandleA(LPCSTR module_name) {
+STAND_IN HMODULE GetModuleHandleA(LPCSTR module_name) {
   return StandInCall("GetModuleHandleA", module_name).Run(nullptr, [&] {
     if (module_name == nullptr) return ExecutableModule();
     const std::string path = ToPath(module_name);
@@ -165,7 +163,7 @@ HMODULE GetModuleHandleA(LPCSTR module_name) {
   });
 }
 
-DWORD GetModuleFileNameW(HMODULE module, LPWSTR file_name, DWORD size) {
+STAND_IN DWORD GetModuleFileNameW(HMODULE module, LPWSTR file_name, DWORD size) {
   return StandInCall("GetModuleFileNameW", module, size).Run(0, [&]() -> DWORD {
     const std::wstring path = ModulePath(module);
     if (file_name == nullptr || size == 0) throw Win32Error{ERROR_INSUFFICIENT_BUFFER};
@@ -176,3 +174,5 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR file_name, DWORD size) {
     return size;
   });
 }
+
+}  // namespace simulated_pc

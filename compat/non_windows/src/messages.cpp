@@ -77,11 +77,7 @@ void PostLocked(PcState& pc, HWND window, UINT message, WPARAM wparam, LPARAM lp
                                               .pt = {}});
 }
 
-}  // namespace simulated_pc
-
-using namespace simulated_pc;
-
-BOOL PeekMessageA(LPMSG message, HWND window, UINT first, UINT last, UINT remove) {
+STAND_IN BOOL PeekMessageA(LPMSG message, HWND window, UINT first, UINT last, UINT remove) {
   return StandInCall("PeekMessageA", window, first, last, remove).Run(FALSE, [&] {
     if (message == nullptr) throw Win32Error{ERROR_INVALID_PARAMETER};
     LockedPc pc;
@@ -102,7 +98,7 @@ BOOL PeekMessageA(LPMSG message, HWND window, UINT first, UINT last, UINT remove
   });
 }
 
-LRESULT DispatchMessageA(const MSG* message) {
+STAND_IN LRESULT DispatchMessageA(const MSG* message) {
   const StandInCall call("DispatchMessageA", message ? message->hwnd : nullptr,
                          message ? message->message : WM_NULL);
   return call.Run(0, [&]() -> LRESULT {
@@ -115,7 +111,7 @@ LRESULT DispatchMessageA(const MSG* message) {
   });
 }
 
-BOOL PostMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+STAND_IN BOOL PostMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   return StandInCall("PostMessageA", window, message, wparam, lparam).Run(FALSE, [&] {
     if (window == nullptr) DropCurrentThreadAtExit();
     PostLocked(*LockedPc(), window, message, wparam, lparam);
@@ -124,7 +120,7 @@ BOOL PostMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   });
 }
 
-LRESULT SendMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+STAND_IN LRESULT SendMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   const StandInCall call("SendMessageA", window, message, wparam, lparam);
   return call.Run(0, [&]() -> LRESULT {
     LockedPc pc;
@@ -136,3 +132,5 @@ LRESULT SendMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     return found.procedure(window, message, wparam, lparam);
   });
 }
+
+}  // namespace simulated_pc

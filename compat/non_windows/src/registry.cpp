@@ -4,8 +4,7 @@
 #include "pc_state.h"
 #include "stand_in_call.h"
 
-using namespace simulated_pc;
-
+namespace simulated_pc {
 namespace {
 
 constexpr std::string_view kEnumKey = R"(SYSTEM\CurrentControlSet\Enum)";
@@ -68,7 +67,8 @@ void CopyValue(const RegistryValue* value, LPDWORD type, LPBYTE data, LPDWORD si
 
 }  // namespace
 
-LSTATUS RegOpenKeyExA(HKEY key, LPCSTR sub_key, DWORD options, REGSAM access, PHKEY result) {
+STAND_IN LSTATUS RegOpenKeyExA(HKEY key, LPCSTR sub_key, DWORD options, REGSAM access,
+                               PHKEY result) {
   const StandInCall call("RegOpenKeyExA", key, sub_key, options, access);
   return static_cast<LSTATUS>(call.Status([&] {
     if (result == nullptr) throw Win32Error{ERROR_INVALID_PARAMETER};
@@ -81,8 +81,8 @@ LSTATUS RegOpenKeyExA(HKEY key, LPCSTR sub_key, DWORD options, REGSAM access, PH
   }));
 }
 
-LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
-                         LPDWORD size) {
+STAND_IN LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type,
+                                  LPBYTE data, LPDWORD size) {
   const StandInCall call("RegQueryValueExA", key, name);
   return static_cast<LSTATUS>(call.Status([&] {
     if (reserved != nullptr || (data != nullptr && size == nullptr)) {
@@ -97,8 +97,10 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type, 
   }));
 }
 
-LSTATUS RegCloseKey(HKEY key) {
+STAND_IN LSTATUS RegCloseKey(HKEY key) {
   return static_cast<LSTATUS>(StandInCall("RegCloseKey", key).Status([&] {
     if (key != HKEY_LOCAL_MACHINE) LockedPc()->Close<RegistryKey>(key);
   }));
 }
+
+}  // namespace simulated_pc

@@ -137,14 +137,14 @@ void DropHooks() {
   });
 }
 
+STAND_IN DWORD GetLastError() {
+  static_cast<void>(StandInCall("GetLastError"));
+  return StandInCall::ThreadError();
+}
+
+STAND_IN void SetLastError(DWORD error) {
+  static_cast<void>(StandInCall("SetLastError", error));
+  StandInCall::ThreadError() = error;
+}
+
 }  // namespace simulated_pc
-
-DWORD GetLastError() {
-  static_cast<void>(simulated_pc::StandInCall("GetLastError"));
-  return simulated_pc::StandInCall::ThreadError();
-}
-
-void SetLastError(DWORD error) {
-  static_cast<void>(simulated_pc::StandInCall("SetLastError", error));
-  simulated_pc::StandInCall::ThreadError() = error;
-}

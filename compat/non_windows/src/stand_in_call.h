@@ -8,6 +8,10 @@
 #include <string>
 #include <type_traits>
 
+/// Begins the definition of a stand-in call. The definitions are in the library's namespace, next
+/// to what they use; C linkage makes them the ones that the Windows headers declare.
+#define STAND_IN extern "C" SIMULATED_PC_EXPORT
+
 namespace simulated_pc {
 
 /// Ends the stand-in call that throws it with this error.

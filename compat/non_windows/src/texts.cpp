@@ -7,8 +7,7 @@
 
 #include "stand_in_call.h"
 
-using namespace simulated_pc;
-
+namespace simulated_pc {
 namespace {
 
 /// How much of a path `PathRemoveFileSpecW` never cuts: "\", "\\" or what ends with a drive's
@@ -22,7 +21,7 @@ std::size_t RootLength(std::wstring_view path) {
 
 }  // namespace
 
-BOOL PathRemoveFileSpecW(LPWSTR path) {
+STAND_IN BOOL PathRemoveFileSpecW(LPWSTR path) {
   return StandInCall("PathRemoveFileSpecW", path).Run(FALSE, [&] {
     if (path == nullptr) return FALSE;
     const std::wstring_view text = path;
@@ -35,7 +34,7 @@ BOOL PathRemoveFileSpecW(LPWSTR path) {
   });
 }
 
-errno_t wcscat_s(wchar_t* destination, rsize_t capacity, const wchar_t* source) {
+STAND_IN errno_t wcscat_s(wchar_t* destination, rsize_t capacity, const wchar_t* source) {
   const auto error = static_cast<errno_t>(StandInCall("wcscat_s", capacity, source).Status([&] {
     if (destination == nullptr || capacity == 0 || source == nullptr) throw Win32Error{EINVAL};
     const wchar_t* const end = std::wmemchr(destination, L'\0', capacity);
@@ -50,3 +49,5 @@ errno_t wcscat_s(wchar_t* destination, rsize_t capacity, const wchar_t* source) 
   errno = error;
   return error;
 }
+
+}  // namespace simulated_pc

@@ -47,11 +47,7 @@ bool SimulatedPc::HasWindowClass(const std::string& name) const {
   return FindClass(*pc, name.c_str(), nullptr) != pc->desktop.classes.end();
 }
 
-}  // namespace simulated_pc
-
-using namespace simulated_pc;
-
-ATOM RegisterClassExA(const WNDCLASSEXA* description) {
+STAND_IN ATOM RegisterClassExA(const WNDCLASSEXA* description) {
   const StandInCall call("RegisterClassExA", description ? description->lpszClassName : nullptr);
   return call.Run(0, [&] {
     CheckDescription(description);
@@ -67,7 +63,7 @@ ATOM RegisterClassExA(const WNDCLASSEXA* description) {
   });
 }
 
-BOOL UnregisterClassA(LPCSTR class_name, HINSTANCE instance) {
+STAND_IN BOOL UnregisterClassA(LPCSTR class_name, HINSTANCE instance) {
   return StandInCall("UnregisterClassA", class_name, instance).Run(FALSE, [&] {
     const LockedPc pc;
     const auto found = FindClass(*pc, class_name, OrExecutable(instance));
@@ -80,3 +76,5 @@ BOOL UnregisterClassA(LPCSTR class_name, HINSTANCE instance) {
     return TRUE;
   });
 }
+
+}  // namespace simulated_pc

@@ -100,13 +100,9 @@ std::size_t SimulatedPc::WindowCount() const {
   return LockedPc()->desktop.windows.size();
 }
 
-}  // namespace simulated_pc
-
-using namespace simulated_pc;
-
-HWND CreateWindowExA(DWORD extended_style, LPCSTR class_name, LPCSTR title, DWORD style, int x,
-                     int y, int width, int height, HWND parent, HMENU menu, HINSTANCE instance,
-                     LPVOID parameter) {
+STAND_IN HWND CreateWindowExA(DWORD extended_style, LPCSTR class_name, LPCSTR title, DWORD style,
+                              int x, int y, int width, int height, HWND parent, HMENU menu,
+                              HINSTANCE instance, LPVOID parameter) {
   const StandInCall call("CreateWindowExA", extended_style, class_name, title, style, x, y, width,
                          height, parent, menu, instance, parameter);
   return call.Run(nullptr, [&]() -> HWND {
@@ -128,14 +124,14 @@ HWND CreateWindowExA(DWORD extended_style, LPCSTR class_name, LPCSTR title, DWOR
   });
 }
 
-BOOL DestroyWindow(HWND window) {
+STAND_IN BOOL DestroyWindow(HWND window) {
   return StandInCall("DestroyWindow", window).Run(FALSE, [&] {
     Destroy(window);
     return TRUE;
   });
 }
 
-BOOL IsWindow(HWND window) {
+STAND_IN BOOL IsWindow(HWND window) {
   return StandInCall("IsWindow", window).Run(FALSE, [&] {
     const LockedPc pc;
     static_cast<void>(FindWindow(*pc, window));
@@ -143,7 +139,7 @@ BOOL IsWindow(HWND window) {
   });
 }
 
-LRESULT DefWindowProcA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+STAND_IN LRESULT DefWindowProcA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   const StandInCall call("DefWindowProcA", window, message, wparam, lparam);
   return call.Run(0, [&]() -> LRESULT {
     static_cast<void>(FindWindow(*LockedPc(), window));
@@ -151,3 +147,5 @@ LRESULT DefWindowProcA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) 
     return message == WM_NCCREATE ? TRUE : FALSE;
   });
 }
+
+}  // namespace simulated_pc

@@ -3,8 +3,7 @@
 #include "pc_state.h"
 #include "stand_in_call.h"
 
-using namespace simulated_pc;
-
+namespace simulated_pc {
 namespace {
 
 constexpr DWORD kStatusInvalidParameter = 0xC000000D;
@@ -12,7 +11,7 @@ constexpr DWORD kPlatformNt = 2;
 
 }  // namespace
 
-NTSTATUS RtlGetVersion(PRTL_OSVERSIONINFOW information) {
+STAND_IN NTSTATUS RtlGetVersion(PRTL_OSVERSIONINFOW information) {
   return static_cast<NTSTATUS>(StandInCall("RtlGetVersion", information).Status([&] {
     if (information == nullptr || information->dwOSVersionInfoSize != sizeof *information) {
       throw Win32Error{kStatusInvalidParameter};
@@ -25,3 +24,5 @@ NTSTATUS RtlGetVersion(PRTL_OSVERSIONINFOW information) {
     information->szCSDVersion[0] = L'\0';
   }));
 }
+
+}  // namespace simulated_pc

@@ -34,7 +34,8 @@ class SIMULATED_PC_EXPORT SimulatedPc {
   static SimulatedPc& Get() noexcept;
 
   /// Back to the initial state: Windows 10.0.19045, radio on, one discoverable device, the folder
-  /// of the real executable, no failures. Windows, classes and notifications are dropped.
+  /// of the real executable, no failures, no observer. Windows, classes, notifications and handles
+  /// are dropped; loaded libraries and the message waker stay.
   void Reset();
 
   /// Called on the calling thread at the start of every stand-in call, with its arguments in words.
@@ -52,7 +53,8 @@ class SIMULATED_PC_EXPORT SimulatedPc {
   void SetExecutablePath(std::string path);
 
   /// The next `times` calls of this stand-in call fail with this last-error value; when `skip` is
-  /// positive, that many calls succeed first.
+  /// positive, that many calls succeed first. Calls that return their error return this one;
+  /// `GetLastError` and `SetLastError` cannot fail.
   void FailNext(CallName call, std::uint32_t last_error, int times = 1, int skip = 0);
 
   /// Posts a device-change message to every window that is registered for device notifications,
