@@ -163,10 +163,11 @@ TEST_F(AdapterStateTest, TheWindowIsMadeForBluetoothNotifications) {
   EXPECT_TRUE(pc_.HasWindowClass("PlenarBLEStateClass"));
   Take();
   Init(0);
-  EXPECT_THAT(
-      Take(kWindows),
-      Holds({"win RegisterClassExA(*PlenarBLEStateClass*)", "win GetModuleHandleA(*)",
-             "win CreateWindowExA(*PlenarBLEStateClass*)", "win RegisterDeviceNotificationA(*)"}));
+  EXPECT_THAT(Take(kWindows),
+              Holds({"win RegisterClassExA(\"PlenarBLEStateClass\")", "win GetModuleHandleA(null)",
+                     "win CreateWindowExA(0, \"PlenarBLEStateClass\", null, 13565952, 0, 0, 0, 0, "
+                     "null, null, *, null)",
+                     "win RegisterDeviceNotificationA(*, 0)"}));
   EXPECT_EQ(pc_.WindowCount(), 1u);
   EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
 }
@@ -225,6 +226,19 @@ TEST_F(AdapterStateTest, TheFirstRadioWithAnAnswerDecidesDiscoverability) {
     EXPECT_EQ(CheckState(true), discoverable ? 0 : 6) << description;
     EXPECT_EQ(pc_.OpenHandleCount(), 0u) << description;
   }
+}
+
+TEST_F(AdapterStateTest, AsksTheRegistryForEachPresentRadio) {
+  pc_.SetDevices({{"USB\\VID_0A12&PID_0001\\5&1", true, Number(1)}});
+  Take();
+  CheckState(true);
+  EXPECT_THAT(
+      Take(kWindows),
+      Holds({"win SetupDiGetClassDevsA(*0850302A*, null, null, 18)",
+             "win SetupDiEnumDeviceInfo(*, 0)", "win SetupDiGetDeviceInstanceIdA(*, 260)",
+             "win RegOpenKeyExA(*\\Enum\\*VID_0A12&PID_0001*5&1*Device Parameters\", 0, 131097)",
+             "win RegQueryValueExA(*, \"Write Scan Enable\")", "win RegCloseKey(*)",
+             "win SetupDiDestroyDeviceInfoList(*)"}));
 }
 
 TEST_F(AdapterStateTest, AStepThatFailsLeadsToTheNextRadio) {

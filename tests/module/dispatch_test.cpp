@@ -171,6 +171,37 @@ TEST_F(DispatchTest, TurnsAThrowIntoResult3AndOneErrorLine) {
   }
 }
 
+TEST_F(DispatchTest, NothingThrownInATaskATickOrAMessageStopsTheRest) {
+  radio_->SetAutomaticReports(false);
+  Advertise(kUuid, "1");
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStarted, BleError::kNone);
+  Settle();
+  Advertise(kUuid, "2");
+  Scan(kUuid, 0, false);
+  StopScan();
+  Scan(kUuid, 0, false);
+  Take();
+  radio_->ThrowFrom("BleServerAddManufacturerData", 1);
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  radio_->ThrowFrom("BleClientStartWatchBroadcast", 1);
+  RunFor(100);
+  radio_->ThrowFrom("BleCheckState", 1);
+  pc_.NotifyDeviceChange(7);
+  Settle();
+  EXPECT_THAT(Take(kEvent | kBle),
+              Reads({"status_info {\"status\":4,\"err\":0}", "ble BleServerAddManufacturerData(*)",
+                     "ble BleClientSetScanMode(*)", "ble BleClientStartWatchBroadcast()",
+                     "ble BleCheckState()"}));
+  // Neither is tried again.
+  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
+  radio_->ReportWatcherStopped(BleError::kNone);
+  pc_.NotifyDeviceChange(7);
+  Settle();
+  EXPECT_THAT(Take(kEvent | kBle), Reads({"ble BleCheckState()", "state 0",
+                                          "retry_info {\"is_success\":true,\"retry_time\":0}",
+                                          "status_info {\"status\":4,\"err\":0}"}));
+}
+
 TEST_F(DispatchTest, PassesTheLibrarysLogLinesOn) {
   radio_->ReportLog("radio.cpp", 42, "Beam", 4, "text from the library");
   radio_->ReportLog(nullptr, 1, nullptr, 4, nullptr);

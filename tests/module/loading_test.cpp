@@ -1,5 +1,6 @@
 // What comes before the BLE API library is used: Windows version, authenticity gate, loading,
 // binding, initialising.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -200,6 +201,20 @@ TEST_F(LoadingTest, ReportsALibraryThatDoesNotLoad) {
   EXPECT_EQ(Init(0), 0);
 }
 
+TEST_F(LoadingTest, ErrorCodesAreReadForLinesThatAreWrittenOnly) {
+  pc_.SetWindowsVersion(6, 3, 9600);
+  CreateServiceWithoutALook();
+  pc_.SetWindowsVersion(10, 0, 19045);
+  for (const auto& [level, queries] : {std::pair(2, 0), std::pair(3, 1)}) {
+    base::log::SetLogLevel(level);
+    pc_.FailNext("LoadLibraryA", 5);
+    Take();
+    Init(0);
+    const auto lines = Take(kWindows);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "win GetLastError()"), queries);
+  }
+}
+
 TEST_F(LoadingTest, TakesDownALibraryThatDoesNotInitialise) {
   radio_->SetResult("BleInit", -5);
   service_ = CreateService();
@@ -212,6 +227,18 @@ TEST_F(LoadingTest, TakesDownALibraryThatDoesNotInitialise) {
   EXPECT_FALSE(looper_->NextDeadline().has_value());
   radio_->SetResult("BleInit", 0);
   EXPECT_EQ(Init(0), 0);
+}
+
+TEST_F(LoadingTest, AServiceIsMadeThoughTheLibraryThrows) {
+  for (const char* function : {"BleSetLogFunc", "BleInit", "BleCheckState"}) {
+    radio_->ThrowFrom(function, 1);
+    service_ = CreateService();
+    ASSERT_NE(service_, nullptr) << function;
+    EXPECT_EQ(CheckState(), 1) << function;
+    EXPECT_EQ(Init(0), 0) << function;
+    radio_->ThrowFrom("BleUnInit", 1);
+    DestroyService(service_);
+  }
 }
 
 TEST_F(LoadingTest, KeepsTheLibraryWhileTheAdapterIsNotUsable) {
