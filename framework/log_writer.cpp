@@ -17,9 +17,6 @@ using base::threading::ThreadLocal;
 
 constexpr std::string_view kStreamKey = "base.log.stream";
 
-/// Long enough for any 64-bit number and its sign.
-constexpr std::size_t kNumberLength = 20;
-
 struct LogStreamDeleter {
   void operator()(LogStream* stream) const noexcept {
     delete[] stream->data;
@@ -93,20 +90,23 @@ LogStream& LogStream::operator<<(const std::string& text) noexcept {
   return Append(text.data(), text.size());
 }
 
-LogStream& LogStream::operator<<(std::int32_t value) noexcept {
-  char digits[kNumberLength];
+template <class Number>
+LogStream& LogStream::AppendNumber(Number value) noexcept {
+  char digits[20];  // as many as any 64-bit number has, and its sign
   const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
   return Append(digits, static_cast<std::size_t>(end - digits));
+}
+
+LogStream& LogStream::operator<<(std::int32_t value) noexcept {
+  return AppendNumber(value);
 }
 
 LogStream& LogStream::operator<<(std::uint32_t value) noexcept {
-  return *this << std::uint64_t{value};
+  return AppendNumber(value);
 }
 
 LogStream& LogStream::operator<<(std::uint64_t value) noexcept {
-  char digits[kNumberLength];
-  const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-  return Append(digits, static_cast<std::size_t>(end - digits));
+  return AppendNumber(value);
 }
 
 LogStream& LogStream::operator<<(bool value) noexcept {

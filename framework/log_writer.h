@@ -35,6 +35,8 @@ struct LogStream {
 
  private:
   LogStream& Append(const char* text, std::size_t size) noexcept;
+  template <class Number>
+  LogStream& AppendNumber(Number value) noexcept;
 };
 
 /// Writes one log line: made by a log statement, filled through `Stream()`, emitted by its

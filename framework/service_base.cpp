@@ -24,11 +24,13 @@ void ServiceBase::RemoveListener(IServiceListener* listener) {
 void ServiceBase::NotifyEvent(std::uint64_t event_id,
                               const std::shared_ptr<base::variant::Variant>& payload) {
   const auto listeners = listeners_;
-  const std::vector<IServiceListener*> snapshot(listeners->begin(), listeners->end());
-  for (IServiceListener* listener : snapshot) {
-    if (!listeners->contains(listener)) continue;
-    Swallow([&] { listener->OnServiceEvent(event_id, payload); });
-  }
+  Swallow([&] {
+    const std::vector<IServiceListener*> snapshot(listeners->begin(), listeners->end());
+    for (IServiceListener* listener : snapshot) {
+      if (!listeners->contains(listener)) continue;
+      Swallow([&] { listener->OnServiceEvent(event_id, payload); });
+    }
+  });
 }
 
 }  // namespace quorvel_service

@@ -25,7 +25,8 @@ class ServiceFactory {
   /// The one factory. Never destroyed: services unregister during static destruction, in whatever
   /// order that happens.
   static ServiceFactory& GetInstance() {
-    static ServiceFactory* const instance = new ServiceFactory;
+    static ServiceFactory* instance = nullptr;
+    if (instance == nullptr) instance = new ServiceFactory;
     return *instance;
   }
 

@@ -1,6 +1,7 @@
 #include "services/implement/windows_ble/generated/windows_ble_service_base.h"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -104,8 +105,6 @@ std::string WindowsBleServiceBase::ServiceName() {
 std::shared_ptr<VariantFuture> WindowsBleServiceBase::Call(
     std::uint64_t method_id, const std::shared_ptr<Variant>& arguments) {
   try {
-    // Held here: an event raised inside the operation may make the host drop its own pointer.
-    const std::shared_ptr<Variant> held = arguments ? arguments : base::variant::MakeVariant();
     auto result = base::variant::MakeVariant();
     const auto* const method = std::find_if(std::begin(kMethods), std::end(kMethods),
                                             [&](const Method& m) { return m.id == method_id; });
@@ -113,7 +112,9 @@ std::shared_ptr<VariantFuture> WindowsBleServiceBase::Call(
       QV_LOG_AT(kFatal, "Call", kUnknownMethodLine) << "method id:" << method_id << "not found!";
       return Completed(std::move(result), kUnknownMethodLine);
     }
-    const std::int32_t ret = CallMethod(*method, *this, *held);
+    // Held here: an event raised inside the operation may make the host drop its own pointer.
+    const auto held = arguments;
+    const std::int32_t ret = CallMethod(*method, *this, held ? *held : Variant());
     result->Set("ret", Variant(ret));
     return Completed(std::move(result), method->line);
   } catch (...) {

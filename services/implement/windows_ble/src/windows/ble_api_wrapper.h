@@ -97,8 +97,8 @@ class BleWrapper {
   void CheckIsGettingCache();
   void DoScanCallback();
 
-  bool inited_ = false;  // library loaded and initialised, adapter usable, set-up complete
-  std::string watch_uuid_;
+  bool inited_ = false;     // library loaded and initialised, adapter usable, set-up complete
+  std::string watch_uuid_;  // matching itself is `watch_filter_`'s
   ScanCache scan_cache_;
   std::unique_ptr<base::threading::Timer> broadcast_cb_timer_;
   std::unique_ptr<base::threading::Timer> init_check_timer_;

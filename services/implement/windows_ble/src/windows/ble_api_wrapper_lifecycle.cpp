@@ -79,6 +79,7 @@ std::int32_t BleWrapper::Init(std::int32_t retry_time) noexcept try {
     api.Unload();
     return windows_ble::result::kLibraryFailure;
   }
+  // Without its log lines the library serves as well.
   Swallow([&] { api.Call<&BleApiTable::BleSetLogFunc>(&ForwardLibraryLog); });
 
   QV_LOG(kInformation) << "start ble init...,retry_time = " << retry_time;
