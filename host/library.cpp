@@ -14,7 +14,7 @@ Library::Library(const char* file_name) : file_name_(file_name), module_(LoadLib
 }
 
 Library::~Library() {
-  if (!keep_loaded_) FreeLibrary(module_);
+  FreeLibrary(module_);
 }
 
 Library::AnyFunction Library::ResolveUntyped(const char* name) const {

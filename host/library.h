@@ -21,16 +21,12 @@ class Library {
     return reinterpret_cast<Function*>(ResolveUntyped(name));
   }
 
-  /// Leaves the library loaded when this object is destroyed.
-  void KeepLoaded() noexcept { keep_loaded_ = true; }
-
  private:
   using AnyFunction = void (*)();
   [[nodiscard]] AnyFunction ResolveUntyped(const char* name) const;
 
   const char* file_name_;
   HMODULE module_;
-  bool keep_loaded_ = false;
 };
 
 }  // namespace qvs_host

@@ -26,10 +26,6 @@ Service::Service(Module& module, EventHandler on_event)
 
 Service::~Service() {
   service_->RemoveListener(this);
-  // A service that is not up may be waiting for the adapter. The BLE API library then stays loaded
-  // and keeps the module's log function, so the module's code has to stay as well.
-  if (Call(ble::method::kCheckBleState) == ble::result::kNotInitialised)
-    module_.library_.KeepLoaded();
   module_.destroy_(service_);
 }
 

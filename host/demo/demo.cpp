@@ -46,6 +46,9 @@ void PlayStep(const Step& step, Stage& stage, TimeLine& line, ExpectationTable& 
 }  // namespace
 
 int RunDemo() {
+  std::cout
+      << "Times are simulated, in seconds. call, result: what the host asks and is answered;\n"
+         "event, device: what the module reports; radio, pc: what happens around the two.\n";
   const auto pc = MakeDemoPc();
   ScopedSimulatedTime time;
   ExpectationTable table;

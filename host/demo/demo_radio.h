@@ -11,8 +11,7 @@
 namespace qvs_host {
 
 /// The virtual radio, in simulated time, for the life of the object. Its air holds only the devices
-/// that the demo puts there. The library that `radio` belongs to outlives it; the module does too,
-/// since the radio keeps the module's functions until it is put back in its initial state.
+/// that the demo puts there. The library that `radio` belongs to outlives it.
 class DemoRadio final : public base::time::SimulatedTimeParticipant {
  public:
   DemoRadio(plenar_ble_control::VirtualRadio& radio, base::time::SimulatedTime& time);

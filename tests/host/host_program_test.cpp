@@ -111,6 +111,26 @@ TEST(HostProgram, PlaysTheSameDemoEveryTime) {
   EXPECT_EQ(RunHost({"demo"}).out, RunHost({"demo"}).out);
 }
 
+TEST(HostProgram, PrintsInTheDemoWhatTheReadmeShows) {
+  std::stringstream readme;
+  readme << std::ifstream(QVS_README).rdbuf();
+  const std::string demo = RunHost({"demo"}).out;
+  std::string paragraph;
+  bool in_excerpt = false;
+  int paragraphs = 0;
+  for (std::string line; std::getline(readme, line);) {
+    const bool ends = line.empty() || line == "```";
+    if (in_excerpt && ends && !paragraph.empty()) {
+      EXPECT_THAT(demo, HasSubstr(paragraph));
+      paragraph.clear();
+      ++paragraphs;
+    }
+    if (in_excerpt && !ends) paragraph += line + '\n';
+    if (line.starts_with("```")) in_excerpt = line == "```text";
+  }
+  EXPECT_GT(paragraphs, 1);
+}
+
 TEST(HostProgram, ShowsLogLinesAmongTheDemosOthers) {
   const Outcome outcome = RunHost({"demo", "--log-level", "6"});
   EXPECT_EQ(outcome.exit_status, 0) << outcome.out;
@@ -209,7 +229,7 @@ TEST_P(HostProgramMeeting, IsHeardByAnother) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, HostProgramMeeting, testing::ValuesIn(kMeetings),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& meeting) { return meeting.param.name; });
 
 TEST(HostProgram, PrintsDevicesAsLinesOfJson) {
   const std::string uuid = RandomUuid();
