@@ -22,7 +22,9 @@ set(rooms
 set(platform_may)
 set(framework_may platform)
 set(services/implement/windows_ble/generated_may framework platform)
-set(services/implement/windows_ble/src/windows_may framework/log_writer.h platform)
+set(services/implement/windows_ble/src/windows_may
+  framework/guard.h framework/log_writer.h framework/process_end.h platform
+  services/implement/windows_ble/generated/windows_ble_service_ids.h)
 set(services/implement/windows_ble/src_may
   framework platform services/implement/windows_ble/generated
   services/implement/windows_ble/src/windows)

@@ -232,13 +232,13 @@ TEST_F(AdapterStateTest, AsksTheRegistryForEachPresentRadio) {
   pc_.SetDevices({{"USB\\VID_0A12&PID_0001\\5&1", true, Number(1)}});
   Take();
   CheckState(true);
-  EXPECT_THAT(
-      Take(kWindows),
-      Holds({"win SetupDiGetClassDevsA(*0850302A*, null, null, 18)",
-             "win SetupDiEnumDeviceInfo(*, 0)", "win SetupDiGetDeviceInstanceIdA(*, 260)",
-             "win RegOpenKeyExA(*\\Enum\\*VID_0A12&PID_0001*5&1*Device Parameters\", 0, 131097)",
-             "win RegQueryValueExA(*, \"Write Scan Enable\")", "win RegCloseKey(*)",
-             "win SetupDiDestroyDeviceInfoList(*)"}));
+  EXPECT_THAT(Take(kWindows),
+              Holds({"win SetupDiGetClassDevsA(*, null, null, 18)",
+                     "win SetupDiEnumDeviceInfo(*, 0)", "win SetupDiGetDeviceInstanceIdA(*, 260)",
+                     "win RegOpenKeyExA(*, \"SYSTEM\\CurrentControlSet\\Enum\\USB\\"
+                     "VID_0A12&PID_0001\\5&1\\Device Parameters\", 0, 131097)",
+                     "win RegQueryValueExA(*, \"Write Scan Enable\")", "win RegCloseKey(*)",
+                     "win SetupDiDestroyDeviceInfoList(*)"}));
 }
 
 TEST_F(AdapterStateTest, AStepThatFailsLeadsToTheNextRadio) {

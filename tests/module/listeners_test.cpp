@@ -1,6 +1,5 @@
 // The set of listeners, and what a host may do from inside an event.
 #include <stdexcept>
-#include <utility>
 
 #include "tests/support/module_test.h"
 
@@ -115,17 +114,15 @@ TEST_F(ListenersTest, MayScanAnewInsideAReportOfDevices) {
   Scan(kUuid, 0, false);
   for (const char* address : {"a", "b", "c"}) radio_->ReportBroadcast(Broadcast(address));
   Settle();
-  bool nested = false;
+  // Each change from mode 0 to 1 makes a report, except inside a report: that would have no end.
   listener_.on_event = [&](auto) {
-    if (std::exchange(nested, true)) return;
     Scan(kUuid, 0, false);
-    Scan(kUuid, 2, false);  // Reports, and empties the cache, inside the report.
+    Scan(kUuid, 2, false);
   };
   Take();
   Scan(kUuid, 2, false);
-  constexpr char kThree[] =
-      "device_json [*\"device_id\":\"a\"*\"device_id\":\"b\"*\"device_id\":\"c\"*]";
-  EXPECT_THAT(Take(kEvent), Reads({kThree, kThree}));
+  EXPECT_THAT(Take(kEvent),
+              Reads({"device_json [*\"device_id\":\"a\"*\"device_id\":\"b\"*\"c\"*]"}));
 }
 
 TEST_F(ListenersTest, UnInitInsideAnEventEndsTheEvents) {

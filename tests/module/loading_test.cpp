@@ -230,7 +230,7 @@ TEST_F(LoadingTest, TakesDownALibraryThatDoesNotInitialise) {
 }
 
 TEST_F(LoadingTest, AServiceIsMadeThoughTheLibraryThrows) {
-  for (const char* function : {"BleSetLogFunc", "BleInit", "BleCheckState"}) {
+  for (const char* function : {"BleInit", "BleCheckState"}) {
     radio_->ThrowFrom(function, 1);
     service_ = CreateService();
     ASSERT_NE(service_, nullptr) << function;
