@@ -84,6 +84,16 @@ TEST_F(SignatureTest, ASignerWithoutAName) {
   EXPECT_EQ(Look(), nobody_);
 }
 
+TEST_F(SignatureTest, MoreThanOneSigner) {
+  std::string command = "openssl cms -sign -binary -md sha256 -outform DER -in " + file_.string() +
+                        " -out " + signature_.string();
+  for (const std::string identity : {TRUSTED_IDENTITY, STRANGER_IDENTITY}) {
+    command += " -signer " + identity + "/signer.pem -inkey " + identity + "/signer.key";
+  }
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  EXPECT_EQ(Look(), nobody_);
+}
+
 TEST_F(SignatureTest, NoFileAndNoSignature) {
   EXPECT_EQ(Look(), nobody_);
   Sign(TRUSTED_IDENTITY);
