@@ -18,6 +18,7 @@ namespace {
 class AirTest : public testing::Test {
  protected:
   AirTest() {
+    ble.radio->Reset();
     EXPECT_EQ(ble.Init(0), 0);
     ble.SetReceivedBroadcastCB([this](const BleBroadcastInfo& info) { OnBroadcast(info); });
     EXPECT_EQ(ble.StartWatchBroadcast(), 0);

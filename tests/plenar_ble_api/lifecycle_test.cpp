@@ -166,7 +166,7 @@ struct AtExit {
 AtExit at_exit;
 
 TEST(Lifecycle, TheProcessMayEndWithoutUnInit) {
-  auto* ble = new BleLibrary;  // Never unloaded.
+  static auto* const ble = new BleLibrary;  // Never unloaded.
   static Journal journal;
   ble->radio->SetAir(Air::kInProcess);
   ble->radio->PutOnAir({}, 1);

@@ -78,7 +78,9 @@ struct FilterCase {
   bool heard;
 };
 
-void PrintTo(const FilterCase& filter, std::ostream* out) { *out << filter.name; }
+void PrintTo(const FilterCase& filter, std::ostream* out) {
+  *out << filter.name;
+}
 
 class FilterTest : public BleLibraryTest, public testing::WithParamInterface<FilterCase> {};
 

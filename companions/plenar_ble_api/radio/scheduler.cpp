@@ -43,8 +43,9 @@ void Scheduler::Stop(Lock& lock) {
   lock.unlock();
   thread_.join();
   lock.lock();
-  errands_ = {};
-  running_errands_ = {};
+  // Nothing may be left to release when the library is unloaded.
+  errands_.shrink_to_fit();
+  running_errands_.shrink_to_fit();
 }
 
 void Scheduler::After(std::uint64_t delay, Owner owner, Task task) {
