@@ -55,6 +55,9 @@ run)
     [ -e "$folder/ready" ] || make 9>&-
     exec 9>&-
   fi
+  # Debian's server ends with its last program, and a program that starts just then may hang. This one
+  # stays for a minute; an error only says that it is there already.
+  wineserver -p60 2>/dev/null || true
   exec wine64 "$@"
   ;;
 stop) stop ;;
