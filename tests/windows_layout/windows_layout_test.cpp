@@ -17,28 +17,24 @@
 
 namespace {
 
-template <typename T, std::size_t Size>
-constexpr bool kIsUnsigned = std::is_unsigned_v<T> && sizeof(T) == Size;
-template <typename T, std::size_t Size>
-constexpr bool kIsSigned = std::is_signed_v<T> && sizeof(T) == Size;
+template <std::size_t Size, typename... Types>
+constexpr bool kAreUnsigned = ((std::is_unsigned_v<Types> && sizeof(Types) == Size) && ...);
+template <std::size_t Size, typename... Types>
+constexpr bool kAreSigned = ((std::is_signed_v<Types> && sizeof(Types) == Size) && ...);
+template <typename Expected, typename... Types>
+constexpr bool kAre = (std::is_same_v<Types, Expected> && ...);
 
-static_assert(std::is_same_v<BOOL, int>);
-static_assert(std::is_same_v<UINT, unsigned int>);
-static_assert(kIsUnsigned<BYTE, 1> && kIsUnsigned<WORD, 2> && kIsUnsigned<ATOM, 2>);
-static_assert(kIsUnsigned<DWORD, 4> && kIsUnsigned<ULONG, 4> && kIsUnsigned<REGSAM, 4>);
-static_assert(kIsSigned<INT, 4> && kIsSigned<LONG, 4> && kIsSigned<LSTATUS, 4>);
-static_assert(kIsUnsigned<WPARAM, 8> && kIsUnsigned<UINT_PTR, 8> && kIsUnsigned<ULONG_PTR, 8>);
-static_assert(kIsUnsigned<DWORD_PTR, 8>);
-static_assert(kIsSigned<LPARAM, 8> && kIsSigned<LRESULT, 8> && kIsSigned<INT_PTR, 8>);
-static_assert(kIsSigned<LONG_PTR, 8>);
-static_assert(std::is_same_v<WCHAR, wchar_t> && std::is_same_v<LPCWSTR, const wchar_t*>);
-static_assert(std::is_same_v<LPWSTR, wchar_t*> && std::is_same_v<PCWSTR, const wchar_t*>);
-static_assert(std::is_same_v<LPCSTR, const char*> && std::is_same_v<LPSTR, char*>);
-static_assert(std::is_same_v<LPBYTE, BYTE*> && std::is_same_v<LPDWORD, DWORD*>);
-static_assert(std::is_same_v<PDWORD, DWORD*> && std::is_same_v<PHKEY, HKEY*>);
-static_assert(std::is_same_v<HANDLE, void*> && std::is_same_v<HDEVINFO, void*>);
-static_assert(std::is_same_v<HDEVNOTIFY, void*> && std::is_same_v<HBLUETOOTH_RADIO_FIND, void*>);
-static_assert(std::is_same_v<HMODULE, HINSTANCE> && !std::is_convertible_v<HWND, HMODULE>);
+static_assert(kAre<int, BOOL, INT> && kAre<unsigned int, UINT>);
+static_assert(kAreUnsigned<1, BYTE> && kAreUnsigned<2, WORD, ATOM>);
+static_assert(kAreUnsigned<4, DWORD, ULONG, REGSAM> && kAreSigned<4, LONG, LSTATUS, NTSTATUS>);
+static_assert(kAreUnsigned<8, WPARAM, UINT_PTR, ULONG_PTR, DWORD_PTR>);
+static_assert(kAreSigned<8, LPARAM, LRESULT, INT_PTR, LONG_PTR>);
+static_assert(kAre<wchar_t, WCHAR> && kAre<wchar_t*, LPWSTR, PWSTR>);
+static_assert(kAre<const wchar_t*, LPCWSTR, PCWSTR>);
+static_assert(kAre<char*, LPSTR, PSTR> && kAre<const char*, LPCSTR, PCSTR>);
+static_assert(kAre<BYTE*, LPBYTE> && kAre<DWORD*, PDWORD, LPDWORD> && kAre<HKEY*, PHKEY>);
+static_assert(kAre<void*, HANDLE, HDEVINFO, HDEVNOTIFY, HBLUETOOTH_RADIO_FIND, PVOID, LPVOID>);
+static_assert(kAre<HMODULE, HINSTANCE> && !std::is_convertible_v<HWND, HMODULE>);
 static_assert(!std::is_convertible_v<HKEY, HWND> && !std::is_convertible_v<HANDLE, HWND>);
 static_assert(std::is_same_v<FARPROC, INT_PTR(WINAPI*)()>);
 static_assert(std::is_same_v<WNDPROC, LRESULT(CALLBACK*)(HWND, UINT, WPARAM, LPARAM)>);
