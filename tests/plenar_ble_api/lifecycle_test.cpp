@@ -166,8 +166,8 @@ struct AtExit {
 AtExit at_exit;
 
 TEST(Lifecycle, TheProcessMayEndWithoutUnInit) {
+  static Journal journal;  // Older than the library, so it must not be called once this is gone.
   static auto* const ble = new BleLibrary;  // Never unloaded.
-  static Journal journal;
   ble->radio->SetAir(Air::kInProcess);
   ble->radio->PutOnAir({}, 1);
   ble->SetLogFunc([](const char*, int, const char*, int, const char*) {});
