@@ -131,6 +131,8 @@ TEST_F(DevicesTest, AnIdentifierNeedsItsRoom) {
   EXPECT_FALSE(SetupDiGetDeviceInstanceIdA(set, &device, nullptr, 6, &required));
   EXPECT_TRUE(SetupDiGetDeviceInstanceIdA(set, &device, id, 6, &required));
   EXPECT_STREQ(id, "USB\\A");
+  device.cbSize = 0;
+  EXPECT_FALSE(SetupDiGetDeviceInstanceIdA(set, &device, id, 6, &required));
   SetupDiDestroyDeviceInfoList(set);
 }
 
