@@ -199,6 +199,10 @@ struct Meeting {
   std::string heard;
 };
 
+void PrintTo(const Meeting& meeting, std::ostream* out) {
+  *out << meeting.name;
+}
+
 const Meeting kMeetings[] = {
     {"Text", {"--data", "room 4.02"}, {}, "data \"room 4.02\""},
     {"Bytes", {"--data-hex", "00ff"}, {"--mode", "2"}, "data 0x00ff"},
