@@ -22,7 +22,7 @@ std::string Text(std::size_t length, char letter = 'a') {
 }
 
 std::string LastMessage() {
-  const auto& lines = log_double::Get().lines;
+  const auto& lines = log_double::lines;
   return lines.empty() ? "(no line)" : lines.back().message;
 }
 
@@ -34,13 +34,13 @@ __logwriter Writer(int level, int max_length = 1024) {
 TEST(LogStatement, CarriesPlaceAndPieces) {
   constexpr int kLine = __LINE__ + 1;
   QV_LOG(4) << "text" << std::string("string") << std::int32_t{-5};
-  EXPECT_THAT(log_double::Get().lines,
+  EXPECT_THAT(log_double::lines,
               ElementsAre(Line{"", "log_writer_test.cpp", kLine, "TestBody", 4, "textstring-5"}));
 }
 
 TEST(LogStatement, NamesALambda) {
   [] { QV_LOG(4) << "x"; }();
-  EXPECT_EQ(log_double::Get().lines.at(0).function, "operator ()");
+  EXPECT_EQ(log_double::lines.at(0).function, "operator ()");
 }
 
 TEST(LogStatement, WritesEachKindOfPiece) {
@@ -64,26 +64,25 @@ TEST(LogStatement, WritesEachKindOfPiece) {
 }
 
 TEST(LogStatement, IsWrittenWhenTheLevelAllows) {
-  log_double::Get().level = 5;
+  log_double::level = 5;
   QV_LOG(1) << "1";
   QV_LOG(4) << "4";
   QV_LOG(5) << "5";
   QV_LOG(6) << "6";
-  EXPECT_THAT(log_double::Get().lines,
-              ElementsAre(Field(&Line::message, "1"), Field(&Line::message, "4"),
-                          Field(&Line::message, "5")));
+  EXPECT_THAT(log_double::lines, ElementsAre(Field(&Line::message, "1"), Field(&Line::message, "4"),
+                                             Field(&Line::message, "5")));
 }
 
 TEST(LogStatement, SuppressedCostsOneQueryAndEvaluatesNothing) {
-  log_double::Get().level = 3;
+  log_double::level = 3;
   int evaluated = 0;
   const auto before = qvs_test::AllocationCount();
   QV_LOG(4) << ++evaluated;
   QV_LOG_TAKING(4, code, ++evaluated) << code;
   EXPECT_EQ(qvs_test::AllocationCount(), before);
   EXPECT_EQ(evaluated, 0);
-  EXPECT_EQ(log_double::Get().level_queries, 2);
-  EXPECT_TRUE(log_double::Get().lines.empty());
+  EXPECT_EQ(log_double::level_queries, 2);
+  EXPECT_TRUE(log_double::lines.empty());
 }
 
 TEST(LogWriter, KeepsTheFirst1024Bytes) {
@@ -97,12 +96,12 @@ TEST(LogWriter, KeepsTheFirst1024Bytes) {
   EXPECT_EQ(LastMessage(), Text(1020) + "1234");
   QV_LOG(6) << "starts clean";
   EXPECT_EQ(LastMessage(), "starts clean");
-  EXPECT_EQ(log_double::Get().length_queries, 0) << "a dropped piece is no shortening";
+  EXPECT_EQ(log_double::length_queries, 0) << "a dropped piece is no shortening";
 }
 
 TEST(LogWriter, CountsASmallerMaximumAs1024) {
   for (const int max_length : {INT_MIN, -1, 0, 1023}) {
-    log_double::CleanUpSlots();
+    log_double::CleanUpSlot();
     Writer(6, max_length).Stream() << Text(2000);
     EXPECT_EQ(LastMessage(), Text(1024)) << max_length;
   }
@@ -111,13 +110,13 @@ TEST(LogWriter, CountsASmallerMaximumAs1024) {
 TEST(LogWriter, ShortensInALargerBufferUnlessTheLevelIs7) {
   Writer(6, 3000).Stream() << Text(4000);
   EXPECT_EQ(LastMessage(), Text(3000)) << "the buffer has the size of its first writer's maximum";
-  EXPECT_EQ(log_double::Get().length_queries, 0);
+  EXPECT_EQ(log_double::length_queries, 0);
   Writer(6, 2000).Stream() << Text(2001);
   EXPECT_EQ(LastMessage(), Text(2000));
-  EXPECT_EQ(log_double::Get().length_queries, 1);
+  EXPECT_EQ(log_double::length_queries, 1);
   Writer(7, 2000).Stream() << Text(2001);
   EXPECT_EQ(LastMessage(), Text(2001));
-  EXPECT_EQ(log_double::Get().length_queries, 1);
+  EXPECT_EQ(log_double::length_queries, 1);
 }
 
 TEST(LogWriter, SharesTheBufferWithOneThatIsStillAlive) {
@@ -130,17 +129,17 @@ TEST(LogWriter, SharesTheBufferWithOneThatIsStillAlive) {
     }
     outer.Stream() << "rest";
   }
-  EXPECT_THAT(log_double::Get().lines, ElementsAre(Line{"", "a.cpp", 7, "F", 4, "outer inner"},
-                                                   Line{"", "a.cpp", 7, "F", 3, "rest"}));
+  EXPECT_THAT(log_double::lines, ElementsAre(Line{"", "a.cpp", 7, "F", 4, "outer inner"},
+                                             Line{"", "a.cpp", 7, "F", 3, "rest"}));
 }
 
 TEST(LogWriter, WithoutASinkEmitsNothing) {
   __logwriter(3, "a.cpp", 7, "F", nullptr, 1024).Stream() << "x";
-  EXPECT_TRUE(log_double::Get().lines.empty());
+  EXPECT_TRUE(log_double::lines.empty());
 }
 
 TEST(LogWriter, AppendingAllocatesNothing) {
-  log_double::Get().record = false;
+  log_double::record = false;
   const std::string piece(100, 'p');
   QV_LOG(6) << "makes the thread's buffer";
   auto writer = Writer(6);
@@ -150,29 +149,28 @@ TEST(LogWriter, AppendingAllocatesNothing) {
 }
 
 TEST(LogWriter, TheThreadsEndReleasesItsBuffer) {
-  log_double::Get().record = false;
+  log_double::record = false;
   std::ptrdiff_t growth[2];
   std::thread([&] {
     const auto before = qvs_test::LiveAllocations();
     QV_LOG(6) << "makes the thread's buffer";
     growth[0] = qvs_test::LiveAllocations() - before;
-    log_double::CleanUpSlots();
+    log_double::CleanUpSlot();
     growth[1] = qvs_test::LiveAllocations() - before;
     QV_LOG(6) << "makes a new one";
-    log_double::CleanUpSlots();
+    log_double::CleanUpSlot();
   }).join();
   EXPECT_GT(growth[0], 0);
   EXPECT_EQ(growth[1], 0);
 }
 
 TEST(LibraryLogForwarder, PassesEverythingOnUnchecked) {
-  log_double::Get().level = 0;
+  log_double::level = 0;
   quorvel_service::ForwardLibraryLog("f.cpp", 12, "Fn", 6, Text(3000).c_str());
   quorvel_service::ForwardLibraryLog(nullptr, -1, nullptr, 9, nullptr);
-  EXPECT_THAT(log_double::Get().lines,
-              ElementsAre(Line{"PlenarBle", "f.cpp", 12, "Fn", 6, Text(3000)},
-                          Line{"PlenarBle", "", -1, "", 9, ""}));
-  EXPECT_EQ(log_double::Get().level_queries, 0);
+  EXPECT_THAT(log_double::lines, ElementsAre(Line{"PlenarBle", "f.cpp", 12, "Fn", 6, Text(3000)},
+                                             Line{"PlenarBle", "", -1, "", 9, ""}));
+  EXPECT_EQ(log_double::level_queries, 0);
 }
 
 }  // namespace

@@ -145,17 +145,6 @@ TEST_F(AdapterStateTest, ANestedCheckDoesNotDeliverTheReportAgain) {
   EXPECT_THAT(Take(kEvent), Reads({}));
 }
 
-TEST_F(AdapterStateTest, AReportOwedWithoutADelegateWaits) {
-  UnInit();
-  Init(0);
-  auto* const second = CreateService();
-  DestroyService(second);  // Takes BLE support down, and the delegate away.
-  Init(0);
-  Take();
-  ChangeSettings();
-  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
-}
-
 TEST_F(AdapterStateTest, TheWindowIsMadeForBluetoothNotifications) {
   UnInit();
   EXPECT_EQ(pc_.WindowCount(), 0u);

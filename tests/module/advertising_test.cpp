@@ -47,17 +47,6 @@ class AdvertisingTest : public ServiceTest {
   }
 };
 
-TEST_F(AdvertisingTest, TellsWhatIsAsked) {
-  StopAdvertising();
-  EXPECT_THAT(Take(kLog), Reads({"6 BleStartBroadcast: start: 0, uuid: , publisher status: 4"}));
-  Report(-2147483647 - 1);
-  Take();
-  Advertise("some text", "");
-  EXPECT_THAT(Take(kLog), Reads({"6 BleStartBroadcast: start: 1, uuid: some text, publisher "
-                                 "status: -2147483648",
-                                 "3 BleStartBroadcast: invalid uuid:some text"}));
-}
-
 TEST_F(AdvertisingTest, SendsTheUuidAndTheDataUnderTheCompanyIdentifier) {
   EXPECT_THAT(
       Request(kUuid, std::string("a\0\xFF", 3)),
@@ -220,28 +209,6 @@ TEST_F(AdvertisingTest, TheLibraryMayRefuse) {
   // The data were kept all the same.
   Report(2);
   EXPECT_THAT(Request(kUuid, "x"), Holds({"4 *repeat broadcast, ignore it"}));
-}
-
-TEST_F(AdvertisingTest, TheWholeWayWithTheRadiosOwnReports) {
-  radio_->SetAutomaticReports(true);
-  radio_->SetReportDelays({.starting = 1, .started = 10, .stopping = 5, .stopped = 20});
-  Advertise(kUuid, "1");
-  RunFor(100);
-  Advertise(kUuid, "2");
-  RunFor(100);
-  StopAdvertising();
-  RunFor(100);
-  EXPECT_THAT(Take(kEvent), Reads({
-                                "status_info {\"status\":1,\"err\":0}",
-                                "status_info {\"status\":2,\"err\":0}",
-                                "status_info {\"status\":3,\"err\":0}",
-                                "status_info {\"status\":4,\"err\":0}",
-                                "status_info {\"status\":1,\"err\":0}",
-                                "status_info {\"status\":2,\"err\":0}",
-                                "status_info {\"status\":3,\"err\":0}",
-                                "status_info {\"status\":4,\"err\":0}",
-                            }));
-  EXPECT_FALSE(radio_->Advertising().has_value());
 }
 
 }  // namespace

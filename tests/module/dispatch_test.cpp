@@ -93,21 +93,6 @@ TEST_F(DispatchTest, DecodesWhatTheHostGives) {
   }
 }
 
-TEST_F(DispatchTest, SaturatesTheBudget) {
-  const std::pair<Variant, const char*> cases[] = {
-      {Variant(1LL << 31), "2147483647"},
-      {Variant(-(1LL << 40)), "-2147483648"},
-      {Variant(std::numeric_limits<unsigned long long>::max()), "2147483647"},
-      {Variant("3"), "0"},
-      {Variant(true), "1"},
-  };
-  for (const auto& [value, shown] : cases) {
-    Call(method::kInit, Args({{"retry_time", value}}));
-    EXPECT_THAT(Take(kLog),
-                Reads({std::string("3 Init: ble is already inited, retry_time = ") + shown}));
-  }
-}
-
 TEST_F(DispatchTest, LeavesTheHostsArgumentsAlone) {
   const auto arguments = Args({{"start", false}});
   Call(method::kStartWatchBroadcast, arguments);
@@ -126,28 +111,6 @@ TEST_F(DispatchTest, GivesAFutureThatIsCompleteAndOutlivesTheModule) {
   EXPECT_EQ(value->Get("ret").AsInt32(), 0);
   future.reset();
   value.reset();
-}
-
-TEST_F(DispatchTest, PutsEveryEventInOneMember) {
-  std::vector<std::pair<std::uint64_t, std::vector<std::string>>> seen;
-  listener_.on_event = [&](std::uint64_t id) {
-    seen.emplace_back(id, listener_.last_payload->Keys());
-  };
-  Init(0);
-  CheckState();
-  radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
-  Scan(kUuid, 2, true);
-  radio_->ReportBroadcast(Broadcast("a"));
-  RunFor(500);
-  pc_.SetRadioOn(false);
-  pc_.NotifyDeviceChange(7);
-  Settle();
-  const std::vector<std::pair<std::uint64_t, std::vector<std::string>>> expected = {
-      {0x0A25AF5A, {"retry_info"}},
-      {0x2012BD8F, {"status_info"}},
-      {0x273BFEA1, {"device_json"}},
-      {0x3C3C199E, {"state"}}};
-  EXPECT_EQ(seen, expected);
 }
 
 TEST_F(DispatchTest, TurnsAThrowIntoResult3AndOneErrorLine) {

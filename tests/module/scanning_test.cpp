@@ -218,22 +218,5 @@ TEST_F(ScanningTest, TheLibraryMayRefuse) {
   EXPECT_THAT(Take(), Holds({kRewatch, "6 InnerWatchBroadcast: ble watch broadcast result: 4"}));
 }
 
-TEST_F(ScanningTest, TheWholeWayWithTheRadiosOwnReports) {
-  radio_->SetAutomaticReports(true);
-  radio_->SetReportDelays({.watcher_stopped = 30});
-  radio_->PutOnAir(Broadcast("far", {"another"}), 100);
-  auto near = Broadcast("near");
-  near.rssi = -40;
-  radio_->PutOnAir(near, 400);
-  Scan(kUuid, 2, false, 500);
-  RunFor(1000);
-  StopScan();
-  RunFor(1000);
-  EXPECT_THAT(Take(kEvent), Reads({"device_json [*\"near\"*\"rssi\":-40*]",
-                                   "device_json [*\"near\"*\"rssi\":-40*]"}));
-  EXPECT_FALSE(radio_->IsWatching());
-  EXPECT_FALSE(looper_->NextDeadline().has_value());
-}
-
 }  // namespace
 }  // namespace qvs_test

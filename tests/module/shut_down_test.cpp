@@ -115,15 +115,6 @@ TEST_F(ClosedGateTest, TheInitCheckCallsNothingAfterShutDown) {
   EXPECT_EQ(pc_.WindowCount(), 0u);
 }
 
-TEST_F(ClosedGateTest, TheWaitingStateStillCalls) {
-  radio_->SetResult("BleCheckState", 6);
-  Start();
-  Init(3);
-  Take();
-  RunFor(3000);
-  EXPECT_THAT(Take(kBle), Reads({"ble BleCheckState()"}));
-}
-
 TEST_F(ClosedGateTest, AFailedInitialisationClosesIt) {
   radio_->SetResult("BleCheckState", 6);
   Start();

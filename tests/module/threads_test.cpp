@@ -15,8 +15,9 @@ constexpr char kLibrary[] = QVS_TEST_LIBRARIES "/complete/plenar_ble_api.dll";
 class ThreadsTest : public ModuleTest {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(library_.IsOpen());
-    api_ = library_.Function<MinimalBleApiStateFunction>("MinimalBleApiState")();
+    MinimalBleApiStateFunction* state;
+    library_.Bind(state, "MinimalBleApiState");
+    api_ = state();
     pc_.SetExecutablePath(QVS_TEST_LIBRARIES "/complete/host");
     Start();
     ASSERT_TRUE(api_->received);

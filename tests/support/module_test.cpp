@@ -1,10 +1,5 @@
 #include "tests/support/module_test.h"
 
-#include <dlfcn.h>
-
-#include <algorithm>
-#include <cstdlib>
-
 #include <plenar_base/log_sink.h>
 #include <plenar_base/time_source.h>
 
@@ -12,31 +7,12 @@
 
 namespace qvs_test {
 
-namespace method = quorvel_service::windows_ble::method;
 using base::variant::Variant;
 
 std::shared_ptr<Variant> Args(std::initializer_list<Arg> arguments) {
   auto made = base::variant::MakeVariant();
   for (const auto& [key, value] : arguments) made->Set(key, value);
   return made;
-}
-
-SharedLibrary::SharedLibrary(const std::string& path)
-    : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {}
-
-void SharedLibrary::Close() {
-  if (handle_ != nullptr) dlclose(handle_);
-  handle_ = nullptr;
-}
-
-void* SharedLibrary::Find(const char* name) const {
-  return dlsym(handle_, name);
-}
-
-bool SharedLibrary::IsLoaded(const std::string& path) {
-  void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-  if (handle != nullptr) dlclose(handle);
-  return handle != nullptr;
 }
 
 /// Steps the virtual radio along with simulated time.
@@ -72,22 +48,17 @@ ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) 
   });
 
   ble_api_.emplace(kBleApi);
-  const auto control = ble_api_->IsOpen()
-                           ? ble_api_->Function<plenar_ble_control::PlenarBleControlFunction>(
-                                 plenar_ble_control::kControlExport)
-                           : nullptr;
-  if (control == nullptr) {
-    ADD_FAILURE() << "no control interface in " << kBleApi;
-    std::abort();
-  }
+  plenar_ble_control::PlenarBleControlFunction* control;
+  ble_api_->Bind(control, plenar_ble_control::kControlExport);
   radio_ = control();
-  radio_->SetAir(plenar_ble_control::Air::kInProcess);
-  radio_->UseManualTime(time_->SteadyMilliseconds());
-  ObserveRadio();
+  ResetRadio();
   radio_in_time_ = std::make_unique<RadioInTime>(*time_, *radio_);
 }
 
-void ModuleTest::ObserveRadio() {
+void ModuleTest::ResetRadio() {
+  radio_->Reset();
+  radio_->SetAir(plenar_ble_control::Air::kInProcess);
+  radio_->UseManualTime(time_->SteadyMilliseconds());
   radio_->SetCallObserver([this](std::string_view function, const std::string& arguments) {
     recorder_.Add(kBle, "ble " + std::string(function) + '(' + arguments + ')');
   });
@@ -99,7 +70,7 @@ ModuleTest::~ModuleTest() {
   EXPECT_EQ(pc_.WindowCount(), 0u);
   EXPECT_EQ(pc_.DeviceNotificationCount(), 0u);
   radio_in_time_.reset();
-  if (ble_api_->IsOpen()) radio_->SetCallObserver(nullptr);
+  if (ble_api_) radio_->SetCallObserver(nullptr);
   ble_api_.reset();
   pc_.SetCallObserver(nullptr);
   base::log::RemoveLogSink(sink_);
@@ -112,9 +83,8 @@ void ModuleTest::LoadModule() {
     const LeaksAllowed the_service_factory;
     module_.emplace(kModule);
   }
-  ASSERT_TRUE(module_->IsOpen()) << dlerror();
-  create_ = module_->Function<quorvel_service::QVCreateServiceFunction>("QVCreateService");
-  destroy_ = module_->Function<quorvel_service::QVDestroyServiceFunction>("QVDestroyService");
+  module_->Bind(create_, "QVCreateService");
+  module_->Bind(destroy_, "QVDestroyService");
   ASSERT_NE(create_, nullptr);
   ASSERT_NE(destroy_, nullptr);
 }
@@ -122,19 +92,8 @@ void ModuleTest::LoadModule() {
 void ModuleTest::UnloadModule() {
   while (!services_.empty()) DestroyService(services_.back());
   Settle();
-  if (ble_api_->IsOpen()) DropModulesCallables();
+  if (ble_api_) ResetRadio();
   module_.reset();
-}
-
-void ModuleTest::DropModulesCallables() {
-  radio_->SetCallObserver(nullptr);
-  ble_api_->Function<decltype(BleSetLogFunc)>("BleSetLogFunc")(nullptr);
-  ble_api_->Function<decltype(BleClientSetReceivedBroadcastCB)>("BleClientSetReceivedBroadcastCB")(
-      nullptr);
-  ble_api_->Function<decltype(BleClientSetStoppedWatchBroadcastCB)>(
-      "BleClientSetStoppedWatchBroadcastCB")(nullptr);
-  ble_api_->Function<decltype(BleServerSetStatusChangedCB)>("BleServerSetStatusChangedCB")(nullptr);
-  ObserveRadio();
 }
 
 quorvel_service::IService* ModuleTest::CreateService() {
@@ -164,7 +123,7 @@ void ModuleTest::Start() {
 void ModuleTest::ReleaseBleApi() {
   radio_in_time_.reset();
   radio_->SetCallObserver(nullptr);
-  ble_api_->Close();
+  ble_api_.reset();
 }
 
 int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments) {
@@ -179,51 +138,6 @@ int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments
   const int ret = result->Get("ret").AsInt32();
   recorder_.Add(kResult, "ret " + std::to_string(ret));
   return ret;
-}
-
-int ModuleTest::Init(int retry_time) {
-  return Call(method::kInit, Args({{"retry_time", retry_time}}));
-}
-
-int ModuleTest::UnInit() {
-  return Call(method::kUnInit);
-}
-
-int ModuleTest::CheckState(bool need_check_discoverable) {
-  return Call(method::kCheckBleState, Args({{"need_check_discoverable", need_check_discoverable}}));
-}
-
-int ModuleTest::Advertise(const std::string& uuid, const std::string& custom_data) {
-  return Call(method::kStartBroadcast,
-              Args({{"start", true}, {"uuid", uuid}, {"custom_data", custom_data}}));
-}
-
-int ModuleTest::StopAdvertising() {
-  return Call(method::kStartBroadcast, Args({{"start", false}}));
-}
-
-int ModuleTest::Scan(const std::string& uuid, unsigned scan_mode, bool continuous,
-                     std::uint64_t interval_ms) {
-  return Call(method::kStartWatchBroadcast, Args({{"start", true},
-                                                  {"uuid", uuid},
-                                                  {"scan_mode", scan_mode},
-                                                  {"continue_callback_enable", continuous},
-                                                  {"broadcast_cb_interval", interval_ms}}));
-}
-
-int ModuleTest::StopScan(const std::string& uuid) {
-  return Call(method::kStartWatchBroadcast, Args({{"start", false}, {"uuid", uuid}}));
-}
-
-int ModuleTest::GetCache() {
-  return Call(method::kGetBleScanCache);
-}
-
-BleBroadcastInfo Broadcast(std::string address, std::vector<std::string> uuids) {
-  BleBroadcastInfo info;
-  info.address = std::move(address);
-  info.service_uuids = std::move(uuids);
-  return info;
 }
 
 }  // namespace qvs_test

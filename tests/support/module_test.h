@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,9 +16,12 @@
 
 #include "framework/service.h"
 #include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
+#include "tests/plenar_ble_api/shared_library.h"
 #include "tests/support/recorder.h"
 
 namespace qvs_test {
+
+namespace method = quorvel_service::windows_ble::method;
 
 inline constexpr char kUuid[] = "12345678-9ABC-DEF0-1234-56789ABCDEF0";
 inline constexpr std::uint16_t kCompany = 0x7E51;
@@ -37,29 +39,6 @@ struct Arg {
 };
 std::shared_ptr<base::variant::Variant> Args(std::initializer_list<Arg> arguments);
 
-/// A shared library that is open; closed at the end.
-class SharedLibrary {
- public:
-  explicit SharedLibrary(const std::string& path);
-  ~SharedLibrary() { Close(); }
-  SharedLibrary(const SharedLibrary&) = delete;
-  SharedLibrary& operator=(const SharedLibrary&) = delete;
-
-  [[nodiscard]] bool IsOpen() const { return handle_ != nullptr; }
-  void Close();
-  [[nodiscard]] void* Find(const char* name) const;
-  template <class F>
-  [[nodiscard]] F* Function(const char* name) const {
-    return reinterpret_cast<F*>(Find(name));
-  }
-
-  /// Whether anybody in this process has the library of this path loaded.
-  static bool IsLoaded(const std::string& path);
-
- private:
-  void* handle_;
-};
-
 /// A host's process around the built module: simulated time, main looper, simulated PC and virtual
 /// radio (in-process air, manual time), all of them recorded. The module is not loaded yet.
 class ModuleTest : public testing::Test {
@@ -74,7 +53,8 @@ class ModuleTest : public testing::Test {
   /// Loads the module. The BLE API library of `kBleApi` is kept loaded from the start, so that it
   /// can be set before the module loads it.
   void LoadModule();
-  /// Ends all services, lets the looper run once more, and unloads the module.
+  /// Ends all services, lets the looper run once more, and unloads the module. The radio, which
+  /// stays loaded with callables of the module, is reset.
   void UnloadModule();
 
   /// A service, with `listener_` added to it; the module must be loaded.
@@ -96,15 +76,29 @@ class ModuleTest : public testing::Test {
   /// Calls a method and checks the form of its result, which is returned and recorded.
   int Call(std::uint64_t method,
            const std::shared_ptr<base::variant::Variant>& arguments = nullptr);
-  int Init(int retry_time);
-  int UnInit();
-  int CheckState(bool need_check_discoverable = false);
-  int Advertise(const std::string& uuid, const std::string& custom_data);
-  int StopAdvertising();
+  int Init(int retry_time) { return Call(method::kInit, Args({{"retry_time", retry_time}})); }
+  int UnInit() { return Call(method::kUnInit); }
+  int CheckState(bool need_check_discoverable = false) {
+    return Call(method::kCheckBleState,
+                Args({{"need_check_discoverable", need_check_discoverable}}));
+  }
+  int Advertise(const std::string& uuid, const std::string& custom_data) {
+    return Call(method::kStartBroadcast,
+                Args({{"start", true}, {"uuid", uuid}, {"custom_data", custom_data}}));
+  }
+  int StopAdvertising() { return Call(method::kStartBroadcast, Args({{"start", false}})); }
   int Scan(const std::string& uuid, unsigned scan_mode, bool continuous,
-           std::uint64_t interval_ms = 500);
-  int StopScan(const std::string& uuid = kUuid);
-  int GetCache();
+           std::uint64_t interval_ms = 500) {
+    return Call(method::kStartWatchBroadcast, Args({{"start", true},
+                                                    {"uuid", uuid},
+                                                    {"scan_mode", scan_mode},
+                                                    {"continue_callback_enable", continuous},
+                                                    {"broadcast_cb_interval", interval_ms}}));
+  }
+  int StopScan(const std::string& uuid = kUuid) {
+    return Call(method::kStartWatchBroadcast, Args({{"start", false}, {"uuid", uuid}}));
+  }
+  int GetCache() { return Call(method::kGetBleScanCache); }
 
   Lines Take(unsigned kinds = kUsual) { return recorder_.Take(kinds); }
 
@@ -122,10 +116,7 @@ class ModuleTest : public testing::Test {
  private:
   class RadioInTime;
 
-  void ObserveRadio();
-  /// As whoever keeps the library loaded for longer than the module: the library still holds
-  /// callables whose code goes with the module.
-  void DropModulesCallables();
+  void ResetRadio();
 
   std::optional<SharedLibrary> ble_api_;
   std::optional<SharedLibrary> module_;
@@ -140,6 +131,11 @@ class ServiceTest : public ModuleTest {
 };
 
 /// A broadcast as the radio would receive it.
-BleBroadcastInfo Broadcast(std::string address, std::vector<std::string> uuids = {kUuid});
+inline BleBroadcastInfo Broadcast(std::string address, std::vector<std::string> uuids = {kUuid}) {
+  BleBroadcastInfo info;
+  info.address = std::move(address);
+  info.service_uuids = std::move(uuids);
+  return info;
+}
 
 }  // namespace qvs_test

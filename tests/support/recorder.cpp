@@ -6,18 +6,14 @@
 
 #include <nlohmann/json.hpp>
 
-#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
-
 namespace qvs_test {
 namespace {
 
-namespace event = quorvel_service::windows_ble::event;
-
 constexpr std::pair<std::uint64_t, const char*> kEventNames[] = {
-    {event::kState, "state"},
-    {event::kStatusInfo, "status_info"},
-    {event::kRetryInfo, "retry_info"},
-    {event::kDeviceJson, "device_json"},
+    {0x3C3C199E, "state"},
+    {0x2012BD8F, "status_info"},
+    {0x0A25AF5A, "retry_info"},
+    {0x273BFEA1, "device_json"},
 };
 
 std::string EventText(std::uint64_t id, const base::variant::Variant& payload) {
@@ -26,7 +22,7 @@ std::string EventText(std::uint64_t id, const base::variant::Variant& payload) {
     if (payload.Keys() != std::vector<std::string>{name}) break;
     const auto& value = payload.Get(name);
     const bool is_text = value.GetType() == base::variant::Variant::Type::kString;
-    if (is_text == (id == event::kState)) break;
+    if (is_text == (id == kEventNames[0].first)) break;
     if (!is_text) return std::string(name) + ' ' + std::to_string(value.AsInt32());
     return std::string(name) + ' ' + nlohmann::ordered_json::parse(value.AsStr()).dump();
   }
