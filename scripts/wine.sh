@@ -35,29 +35,31 @@ make() {
   stop
   rm -rf "$WINEPREFIX"
   mkdir -p "$WINEPREFIX" "$HOME"
-  wine64 wineboot --init >"$folder/log" 2>&1 &&
-    wine64 reg add 'HKCU\Software\Wine' /v Version /d win10 /f >>"$folder/log" 2>&1 &&
-    wine64 reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >>"$folder/log" 2>&1 || {
-    tail -n 5 "$folder/log" >&2
-    echo "error: could not set up $WINEPREFIX" >&2
-    exit 1
-  }
+  wine64 wineboot --init &&
+    wine64 reg add 'HKCU\Software\Wine' /v Version /d win10 /f &&
+    wine64 reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f || return
   stop # the settings count from the next start on
   touch "$folder/ready"
 }
 
+# Debian's server ends with its last program, and a program that starts just then may hang: this one
+# stays for a minute. Nothing that stays may hold the output of the program that is run.
+start() {
+  [ -e "$folder/ready" ] || make || return
+  if wineserver -p60; then wine64 wineboot; fi # otherwise it runs already
+}
+
 case $action in
 run)
-  if [ ! -e "$folder/ready" ]; then
-    mkdir -p "$folder"
-    exec 9>"$folder/lock"
+  mkdir -p "$folder"
+  (
     flock 9
-    [ -e "$folder/ready" ] || make 9>&-
-    exec 9>&-
-  fi
-  # Debian's server ends with its last program, and a program that starts just then may hang. This one
-  # stays for a minute; an error only says that it is there already.
-  wineserver -p60 2>/dev/null || true
+    start 9>&- </dev/null >"$folder/log" 2>&1
+  ) 9>"$folder/lock" || {
+    tail -n 5 "$folder/log" >&2
+    echo "error: could not start Wine in $folder" >&2
+    exit 1
+  }
   exec wine64 "$@"
   ;;
 stop) stop ;;

@@ -6,7 +6,7 @@ file(REMOVE_RECURSE ${FOLDER})
 file(ARCHIVE_EXTRACT INPUT ${ZIP} DESTINATION ${FOLDER})
 
 foreach(pattern IN ITEMS bin/qvs_windows_ble.dll bin/plenar_base.dll bin/plenar_ble_api.dll
-    include/framework/service.h include/plenar_base/variant.h doc/integration.md)
+    include/framework/service.h include/plenar_base/variant.h doc/host-integration.md)
   file(GLOB found ${FOLDER}/*/${pattern})
   if(NOT found)
     message(SEND_ERROR "${pattern} is not in the package")
