@@ -3,12 +3,12 @@
 #include <functional>
 #include <limits>
 
+#include "tests/support/allocation_count.h"
 #include "tests/support/module_test.h"
 
 namespace qvs_test {
 namespace {
 
-namespace method = quorvel_service::windows_ble::method;
 namespace event = quorvel_service::windows_ble::event;
 using base::variant::Variant;
 
@@ -90,6 +90,21 @@ TEST_F(DispatchTest, DecodesWhatTheHostGives) {
   for (const auto& [description, arguments, log] : cases) {
     EXPECT_EQ(Call(method::kStartWatchBroadcast, arguments), 0) << description;
     EXPECT_THAT(Take(), Holds({log, "ret 0"})) << description;
+  }
+}
+
+TEST_F(DispatchTest, CopiesNoArgument) {
+  UnInit();
+  base::log::SetLogLevel(0);
+  const auto allocations = [this](std::uint64_t id, const std::string& text) {
+    const auto arguments = Args({{"start", true}, {"uuid", text}});
+    const auto before = AllocationCount();
+    service_->Call(id, arguments);
+    return AllocationCount() - before;
+  };
+  for (const auto id : {method::kUnInit, method::kCheckBleState, method::kStartWatchBroadcast}) {
+    const auto for_short_text = allocations(id, "");
+    EXPECT_EQ(allocations(id, std::string(1000, 'x')), for_short_text) << id;
   }
 }
 

@@ -209,6 +209,17 @@ TEST_F(RetryTest, GoesOnAfterTheHostLooksAway) {
   EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":3}"}));
 }
 
+TEST_F(RetryTest, ASuccessThatNobodyHearsOfIsOwed) {
+  Init(3);
+  DestroyService(service_);
+  SetAdapter(0);
+  RunFor(3000);
+  service_ = CreateService();
+  Take();
+  CheckState();
+  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
+}
+
 using LifecycleTest = ServiceTest;
 
 TEST_F(LifecycleTest, TheFirstCheckAfterInitReportsTheRetrying) {

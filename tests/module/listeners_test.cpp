@@ -83,6 +83,13 @@ TEST_F(ListenersTest, MayDestroyTheServiceInsideAnEvent) {
   Settle();
   EXPECT_THAT(Take(kEvent), Holds({"a status_info {\"status\":1,\"err\":0}"}));
   EXPECT_FALSE(radio_->IsInitialised());
+
+  service_ = CreateService();
+  service_->RemoveListener(&listener_);
+  service_->AddListener(&listeners_[0]);
+  CheckState();  // Reports inside the call.
+  EXPECT_THAT(Take(kEvent | kResult),
+              Holds({"a retry_info {\"is_success\":true,\"retry_time\":0}", "ret 0"}));
 }
 
 TEST_F(ListenersTest, MayCallEveryMethodInsideEveryEvent) {

@@ -174,6 +174,15 @@ TEST_F(ScanCacheTest, InMode0AnEntryLastsFor20Seconds) {
   }
 }
 
+TEST_F(ScanCacheTest, ADeviceHeardAgainIsFreshAgain) {
+  Scan(kUuid, 0, false);
+  for (int i = 0; i < 3; ++i) {
+    Hear(Broadcast("a"));
+    RunFor(15'000);
+  }
+  EXPECT_EQ(Ask("b"), (Lines{"a", "b"}));
+}
+
 TEST_F(ScanCacheTest, AnAnswerWithNoDeviceIsAnEmptyArray) {
   Scan(kUuid, 0, false);
   Hear(Broadcast("a"));
