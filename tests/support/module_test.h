@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dlfcn.h>
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -16,7 +18,6 @@
 
 #include "framework/service.h"
 #include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
-#include "tests/plenar_ble_api/shared_library.h"
 #include "tests/support/recorder.h"
 
 namespace qvs_test {
@@ -38,6 +39,33 @@ struct Arg {
   base::variant::Variant value;
 };
 std::shared_ptr<base::variant::Variant> Args(std::initializer_list<Arg> arguments);
+
+/// A library loaded at run time, as its users load it.
+class SharedLibrary {
+ public:
+  explicit SharedLibrary(const std::string& path) : handle_(dlopen(path.c_str(), RTLD_NOW)) {
+    EXPECT_NE(handle_, nullptr) << dlerror();
+  }
+  SharedLibrary(const SharedLibrary&) = delete;
+  SharedLibrary& operator=(const SharedLibrary&) = delete;
+  ~SharedLibrary() { dlclose(handle_); }
+
+  template <class Function>
+  void Bind(Function*& function, const char* name) const {
+    function = reinterpret_cast<Function*>(dlsym(handle_, name));
+    ASSERT_NE(function, nullptr) << name;
+  }
+
+  /// Whether anybody in the process has this file loaded.
+  [[nodiscard]] static bool IsLoaded(const std::string& path) {
+    void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr) dlclose(handle);
+    return handle != nullptr;
+  }
+
+ private:
+  void* handle_;
+};
 
 /// A host's process around the built module: simulated time, main looper, simulated PC and virtual
 /// radio (in-process air, manual time), all of them recorded. The module is not loaded yet.
