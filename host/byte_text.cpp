@@ -22,8 +22,7 @@ std::optional<unsigned> HexDigit(char digit) {
 
 /// Whether a terminal shows this character and does nothing else with it.
 bool IsPrintable(wchar_t character) {
-  const auto code = static_cast<std::uint32_t>(character);
-  return code >= 0x20 && (code < 0x7F || code > 0x9F);
+  return character >= L' ' && (character < L'\x7F' || character > L'\x9F');
 }
 
 }  // namespace

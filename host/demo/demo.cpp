@@ -14,8 +14,6 @@
 namespace qvs_host {
 namespace {
 
-using std::string_literals::operator""s;
-
 /// Makes a simulated clock the process's own, for the life of the object.
 class ScopedSimulatedTime {
  public:
@@ -33,7 +31,7 @@ class ScopedSimulatedTime {
 void PlayStep(const Step& step, Stage& stage, TimeLine& line, ExpectationTable& table,
               bool pc_is_ours) {
   if (step.changes_pc && !pc_is_ours) {
-    line.Title(step.title + " (left out: this machine's settings are not changed)"s);
+    line.Title(std::string(step.title) + " (left out: this machine's settings are not changed)");
     return;
   }
   line.Title(step.title);

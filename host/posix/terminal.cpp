@@ -38,7 +38,7 @@ class InterruptWatch::Impl {
 
   ~Impl() {
     ending_ = true;
-    pthread_kill(waiter_.native_handle(), SIGTERM);
+    pthread_kill(waiter_.native_handle(), SIGINT);
     waiter_.join();
     pthread_sigmask(SIG_SETMASK, &former_mask_, nullptr);
   }

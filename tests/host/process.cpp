@@ -11,8 +11,6 @@
 #include <cerrno>
 #include <system_error>
 
-extern char** environ;
-
 namespace {
 
 constexpr int kPatienceMs = 30'000;
