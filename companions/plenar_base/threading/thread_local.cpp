@@ -57,7 +57,7 @@ void ThreadLocal::EnsureInitializedForCurrentThread() {
   if (CurrentSlots() != nullptr) return;
   auto slots = std::make_unique<Slots>();
   SetThreadPointer(slots.get());
-  slots.release();  // owned by the thread now
+  static_cast<void>(slots.release());  // owned by the thread now
 }
 
 }  // namespace base::threading

@@ -113,7 +113,7 @@ std::shared_ptr<VariantFuture> WindowsBleServiceBase::Call(
       return Completed(std::move(result), kUnknownMethodLine);
     }
     // Held here: an event raised inside the operation may make the host drop its own pointer.
-    const auto held = arguments;
+    const auto held = arguments;  // NOLINT(performance-unnecessary-copy-initialization)
     const std::int32_t ret = CallMethod(*method, *this, held ? *held : Variant());
     result->Set("ret", Variant(ret));
     return Completed(std::move(result), method->line);
