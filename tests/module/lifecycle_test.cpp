@@ -16,6 +16,10 @@ class RetryTest : public ModuleTest {
     SetAdapter(6);
     Start();
   }
+  void Restart() {
+    UnloadModule();
+    SetUp();
+  }
 
   void SetAdapter(int error) { radio_->SetResult("BleCheckState", error); }
 
@@ -37,17 +41,15 @@ class RetryTest : public ModuleTest {
 TEST_F(RetryTest, TheBudgetSetsTheInterval) {
   const std::pair<int, std::uint64_t> cases[] = {{1, 3000}, {9, 3000}, {10, 30'000}, {500, 30'000}};
   for (const auto& [budget, interval] : cases) {
+    const auto number = std::to_string(budget);
     EXPECT_EQ(Init(budget), 4);
-    EXPECT_THAT(Take(kLog),
-                Reads({"6 CheckSignature: *",
-                       "6 Init: start ble init...,retry_time = " + std::to_string(budget),
-                       "3 Init: ble state is wrong, err: 6",
-                       "6 StartInitCheckTimer: enter, has_retry_time_ = 0,retry_time_ = " +
-                           std::to_string(budget)}));
+    EXPECT_THAT(
+        Take(kLog),
+        Reads({"6 CheckSignature: *", "6 Init: start ble init...,retry_time = " + number,
+               "3 Init: ble state is wrong, err: 6",
+               "6 StartInitCheckTimer: enter, has_retry_time_ = 0,retry_time_ = " + number}));
     EXPECT_EQ(UntilTick(), interval) << budget;
-    UnloadModule();
-    SetAdapter(6);
-    Start();
+    Restart();
   }
 }
 
@@ -60,23 +62,16 @@ TEST_F(RetryTest, GivesUpWhenTheBudgetIsUsedUp) {
   RunFor(1);
   EXPECT_THAT(Take(), Reads({"ble BleCheckState()", "6 StopInitCheckTimer: enter",
                              "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
-                             "6 ReportRetryInfo: report success",
-                             "retry_info {\"is_success\":false,\"retry_time\":3}"}));
-  EXPECT_EQ(UntilTick(), 0u);
+                             "6 ReportRetryInfo: report success", RetryInfo(false, 3)}));
   EXPECT_EQ(CheckState(), 1);
-}
-
-TEST_F(RetryTest, AUsedUpBudgetGivesOneMoreTickForEachInit) {
-  Init(2);
-  RunFor(6000);
-  for (const char* report : {"retry_info {\"is_success\":false,\"retry_time\":3}",
-                             "retry_info {\"is_success\":false,\"retry_time\":4}"}) {
-    Init(2);
-    Take();
-    EXPECT_EQ(UntilTick(), 3000u);
-    RunFor(3000);
-    EXPECT_THAT(Take(kEvent), Reads({report}));
+  // Each further `Init` has one more tick.
+  for (const int used : {4, 5}) {
     EXPECT_EQ(UntilTick(), 0u);
+    Init(3);
+    EXPECT_EQ(UntilTick(), 3000u);
+    Take();
+    RunFor(3000);
+    EXPECT_THAT(Take(kEvent), Reads({RetryInfo(false, used)}));
   }
 }
 
@@ -86,44 +81,33 @@ TEST_F(RetryTest, ComesUpAtTheTickThatFindsTheAdapter) {
   SetAdapter(0);
   Take();
   RunFor(3000);
-  EXPECT_THAT(Take(), Reads({
-                          "ble BleCheckState()",
-                          "6 StopInitCheckTimer: enter",
-                          "ble BleClientSetReceivedBroadcastCB(*)",
-                          "ble BleClientSetStoppedWatchBroadcastCB(*)",
-                          "ble BleServerSetStatusChangedCB(*)",
-                          "6 DoInitCheckCallback: ble init success",
-                          "ble BleCheckState()",
-                          "6 CheckBleState: ble state change from: 1, to: 0",
-                          "state 0",
-                          "6 ReportRetryInfo: report success",
-                          "retry_info {\"is_success\":true,\"retry_time\":2}",
-                      }));
+  EXPECT_THAT(
+      Take(),
+      Reads({"ble BleCheckState()", "6 StopInitCheckTimer: enter",
+             "ble BleClientSetReceivedBroadcastCB(*)", "ble BleClientSetStoppedWatchBroadcastCB(*)",
+             "ble BleServerSetStatusChangedCB(*)", "6 DoInitCheckCallback: ble init success",
+             "ble BleCheckState()", "6 CheckBleState: ble state change from: 1, to: 0", "state 0",
+             "6 ReportRetryInfo: report success", RetryInfo(true, 2)}));
   EXPECT_EQ(UntilTick(), 0u);
   EXPECT_EQ(pc_.WindowCount(), 1u);
   CheckState();
   EXPECT_THAT(Take(kEvent), Reads({})) << "the report was made";
 }
 
-TEST_F(RetryTest, TheLastTickMayStillSucceed) {
-  Init(1);
-  SetAdapter(0);
-  Take();
-  RunFor(3000);
-  // The count is set back before the budget is tested.
-  EXPECT_THAT(Take(kEvent),
-              Reads({"state 0", "retry_info {\"is_success\":true,\"retry_time\":1}"}));
-}
-
-TEST_F(RetryTest, TheBudgetTestAlsoRunsAfterATickThatSucceeds) {
-  Init(1);
-  Init(0);  // Replaces the budget; the timer goes on.
-  SetAdapter(0);
-  Take();
-  RunFor(3000);
-  EXPECT_THAT(Take(kEvent), Reads({"state 0", "retry_info {\"is_success\":true,\"retry_time\":1}",
-                                   "retry_info {\"is_success\":false,\"retry_time\":0}"}));
-  EXPECT_EQ(UntilTick(), 0u);
+TEST_F(RetryTest, ATickThatSucceedsSetsTheCountBackBeforeTheBudgetIsTested) {
+  const std::pair<int, Lines> cases[] = {
+      {1, {"state 0", RetryInfo(true, 1)}},
+      {0, {"state 0", RetryInfo(true, 1), RetryInfo(false, 0)}},
+  };
+  for (const auto& [budget_at_the_tick, events] : cases) {
+    Init(1);
+    Init(budget_at_the_tick);  // Replaces the budget; the timer goes on.
+    SetAdapter(0);
+    Take();
+    RunFor(3000);
+    EXPECT_THAT(Take(kEvent), Reads(events));
+    Restart();
+  }
 }
 
 TEST_F(RetryTest, ARunningTimerKeepsItsPeriod) {
@@ -135,39 +119,30 @@ TEST_F(RetryTest, ARunningTimerKeepsItsPeriod) {
 }
 
 TEST_F(RetryTest, MoreThanADayAfterTheFirstTickANewPeriodBegins) {
-  // The first tick comes after 30 s; those that follow see the period grow by 30 s each.
-  Init(4000);
+  Init(4000);  // The first tick comes after 30 s.
   EXPECT_EQ(Ticks(30'000 + kDay * 1000u), 2881) << "exactly a day is not more than a day";
-  Take();
-  RunFor(29'999);
-  EXPECT_THAT(Take(), Reads({}));
-  RunFor(1);
+  RunFor(30'000);
   EXPECT_THAT(Take(), Reads({"ble BleCheckState()",
                              "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0"}));
-  // Of the new period no tick has run: 4000 more fit in, over more than its day.
-  EXPECT_EQ(Ticks(30'000 + kDay * 1000u), 2881);
+  EXPECT_EQ(Ticks(30'000 + kDay * 1000u), 2881) << "more than the first period had left";
   EXPECT_EQ(UntilTick(), 30'000u);
 }
 
 TEST_F(RetryTest, TheDayIsTestedBeforeTheBudget) {
-  const struct {
-    std::int64_t clock_jump;  // besides the three seconds between the two ticks
-    bool another_day;
-  } cases[] = {{kDay - 3, false}, {kDay - 3 + 1, true}, {-3, false}, {-4, true}};
-  for (const auto& [jump, another_day] : cases) {
+  // The jump comes on top of the three seconds between the two ticks.
+  const std::pair<std::int64_t, bool> cases[] = {
+      {kDay - 3, false}, {kDay - 3 + 1, true}, {-3, false}, {-4, true}};
+  for (const auto& [clock_jump, another_day] : cases) {
     Init(2);
     RunFor(3000);
-    time_->JumpWall(jump);
+    time_->JumpWall(clock_jump);
     Take();
     RunFor(3000);
-    EXPECT_EQ(UntilTick(), another_day ? 3000u : 0u) << jump;
-    const auto lines = Take(kLog);
-    EXPECT_EQ(lines.front() == "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0",
+    EXPECT_EQ(UntilTick(), another_day ? 3000u : 0u) << clock_jump;
+    EXPECT_EQ(Take(kLog).front() == "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0",
               another_day)
-        << jump;
-    UnloadModule();
-    SetAdapter(6);
-    Start();
+        << clock_jump;
+    Restart();
   }
 }
 
@@ -175,62 +150,47 @@ TEST_F(RetryTest, ASecondSetUpWhileUpLeaksNothing) {
   Init(5);
   SetAdapter(0);
   EXPECT_EQ(Init(5), 0);  // Does not stop the timer, which sets up again.
-  EXPECT_EQ(UntilTick(), 3000u);
   Take();
   RunFor(3000);
   EXPECT_THAT(
       Take(kBle | kEvent),
       Reads({"ble BleCheckState()", "ble BleClientSetReceivedBroadcastCB(*)",
              "ble BleClientSetStoppedWatchBroadcastCB(*)", "ble BleServerSetStatusChangedCB(*)",
-             "ble BleCheckState()", "state 0", "retry_info {\"is_success\":true,\"retry_time\":1}",
-             "retry_info {\"is_success\":true,\"retry_time\":1}"}));
+             "ble BleCheckState()", "state 0", RetryInfo(true, 1), RetryInfo(true, 1)}));
   EXPECT_EQ(pc_.WindowCount(), 1u);
   EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
-  pc_.NotifyDeviceChange(7);
-  Settle();
+  ChangeDevices();
   EXPECT_THAT(Take(kLog), Reads({"6 MessageWndProc: system ble setting changed"}));
 }
 
-TEST_F(RetryTest, GoesOnAfterTheHostLooksAway) {
-  Init(3);
-  UnInit();  // Not up: nothing changes.
-  DestroyService(service_);
-  Take();
-  RunFor(9000);
-  EXPECT_THAT(Take(kLog),
-              Reads({"6 StopInitCheckTimer: enter",
-                     "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
-                     "6 ReportRetryInfo: report failed"}));
-  // The report is owed until somebody can have it.
-  SetAdapter(0);
-  service_ = CreateService();
-  EXPECT_THAT(Take(kEvent), Reads({}));
-  CheckState();
-  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":3}"}));
-}
-
-TEST_F(RetryTest, ASuccessThatNobodyHearsOfIsOwed) {
-  Init(3);
-  DestroyService(service_);
-  SetAdapter(0);
-  RunFor(3000);
-  service_ = CreateService();
-  Take();
-  CheckState();
-  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
+TEST_F(RetryTest, AReportThatNobodyHearsIsOwed) {
+  for (const bool success : {false, true}) {
+    Init(3);
+    UnInit();  // Not up: nothing changes.
+    DestroyService(service_);
+    if (success) SetAdapter(0);
+    Take();
+    RunFor(9000);
+    EXPECT_THAT(Take(kLog), Holds({"6 ReportRetryInfo: report failed"}));
+    SetAdapter(0);
+    service_ = CreateService();
+    EXPECT_THAT(Take(kEvent), Reads({}));
+    CheckState();
+    EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, success ? 0 : 3)}));
+    Restart();
+  }
 }
 
 using LifecycleTest = ServiceTest;
 
 TEST_F(LifecycleTest, TheFirstCheckAfterInitReportsTheRetrying) {
   for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(CheckState(), 0);
-    EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
-    EXPECT_EQ(CheckState(), 0);
+    CheckState();
+    EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, 0)}));
+    CheckState();
     EXPECT_THAT(Take(kEvent), Reads({}));
     UnInit();
-    EXPECT_EQ(Init(0), 0);
-    Take();
+    Init(0);
   }
 }
 
@@ -259,38 +219,23 @@ TEST_F(LifecycleTest, EveryRequestIsRefusedWhenDown) {
   EXPECT_EQ(GetCache(), 0);
 }
 
-TEST_F(LifecycleTest, GoesDownThoughTheLibraryThrows) {
-  radio_->ThrowFrom("BleUnInit", 1);
-  EXPECT_EQ(UnInit(), 3);
-  EXPECT_EQ(pc_.LibraryLoadCount("plenar_ble_api.dll"), 0);
-  EXPECT_EQ(pc_.WindowCount(), 0u);
-  EXPECT_EQ(UnInit(), 1);
-  EXPECT_EQ(Init(0), 0);
-}
-
 TEST_F(LifecycleTest, StateOutlivesUnInit) {
   Advertise(kUuid, "data");
   Scan(kUuid, 1, false);
-  Settle();
-  radio_->ReportBroadcast(Broadcast("a"));
-  Settle();
+  Hear(Broadcast("a"));
   CheckState();
   UnInit();
   Init(0);
   Settle();
   Take();
-  // The state as it was is no change, the watcher and its mode and the publisher are remembered,
-  // and so are the devices.
-  pc_.NotifyDeviceChange(7);
-  Settle();
-  EXPECT_THAT(Take(kEvent), Reads({"retry_info {\"is_success\":true,\"retry_time\":0}"}));
+  ChangeDevices();
+  EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, 0)})) << "the state is no change";
   Advertise(kUuid, "data");
   EXPECT_THAT(Take(), Holds({"4 BleStartBroadcast: repeat broadcast, ignore it", "ret 0"}));
   StopScan();
   EXPECT_THAT(Take(), Holds({"ble BleClientStopWatchBroadcast()"}));
   GetCache();
-  radio_->ReportBroadcast(Broadcast("b"));
-  Settle();
+  Hear(Broadcast("b"));
   EXPECT_THAT(Take(kEvent), Reads({"device_json [*\"device_id\":\"a\"*\"device_id\":\"b\"*]"}));
 }
 

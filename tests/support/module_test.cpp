@@ -32,9 +32,6 @@ class ModuleTest::RadioInTime final : public base::time::SimulatedTimeParticipan
   plenar_ble_control::VirtualRadio& radio_;
 };
 
-const std::string ModuleTest::kModule = QVS_TEST_MODULE;
-const std::string ModuleTest::kBleApi = QVS_TEST_BLE_API;
-
 ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) {
   base::time::SetTimeSource(time_);
   looper_.emplace();
@@ -96,10 +93,7 @@ void ModuleTest::UnloadModule() {
 
 quorvel_service::IService* ModuleTest::CreateService() {
   auto* const service = create_(quorvel_service::windows_ble::kServiceName);
-  if (service == nullptr) {
-    ADD_FAILURE() << "no service was made";
-    return nullptr;
-  }
+  EXPECT_NE(service, nullptr);
   services_.push_back(service);
   service->AddListener(&listener_);
   return service;
@@ -112,9 +106,8 @@ void ModuleTest::DestroyService(quorvel_service::IService* service) {
 }
 
 void ModuleTest::Start() {
-  ASSERT_NO_FATAL_FAILURE(LoadModule());
+  LoadModule();
   service_ = CreateService();
-  ASSERT_NE(service_, nullptr);
   Take();
 }
 
@@ -126,10 +119,7 @@ void ModuleTest::ReleaseBleApi() {
 
 int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments) {
   const auto future = service_->Call(id, arguments);
-  if (future == nullptr || future->GetState() != base::future::FutureState::kValueSet) {
-    ADD_FAILURE() << "method " << id << " gave no complete future";
-    return -1;
-  }
+  EXPECT_EQ(future->GetState(), base::future::FutureState::kValueSet);
   const auto result = future->Value();
   EXPECT_EQ(result->Keys(), std::vector<std::string>{"ret"});
   EXPECT_EQ(result->Get("ret").GetType(), Variant::Type::kSigned);

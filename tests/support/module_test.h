@@ -74,9 +74,8 @@ class ModuleTest : public testing::Test {
   ModuleTest();
   ~ModuleTest() override;
 
-  // Paths of what the build made.
-  static const std::string kModule;
-  static const std::string kBleApi;
+  inline static const std::string kModule = QVS_TEST_MODULE;
+  inline static const std::string kBleApi = QVS_TEST_BLE_API;
 
   /// Loads the module. The BLE API library of `kBleApi` is kept loaded from the start, so that it
   /// can be set before the module loads it.
@@ -128,6 +127,26 @@ class ModuleTest : public testing::Test {
   }
   int GetCache() { return Call(method::kGetBleScanCache); }
 
+  // What the library reports, as far as the main looper.
+  void ReportStatus(int status, int error = 0) {
+    radio_->ReportPublisherStatus(static_cast<BlePublisherStatus>(status),
+                                  static_cast<BleError>(error));
+    Settle();
+  }
+  void ReportStopped(int error = 0) {
+    radio_->ReportWatcherStopped(static_cast<BleError>(error));
+    Settle();
+  }
+  void Hear(const BleBroadcastInfo& info) {
+    radio_->ReportBroadcast(info);
+    Settle();
+  }
+  /// The system tells of a device change; 7: its settings may have changed.
+  void ChangeDevices(std::uintptr_t wparam = 7) {
+    pc_.NotifyDeviceChange(wparam);
+    Settle();
+  }
+
   Lines Take(unsigned kinds = kUsual) { return recorder_.Take(kinds); }
 
   std::shared_ptr<base::time::SimulatedTime> time_;
@@ -157,6 +176,16 @@ class ServiceTest : public ModuleTest {
  protected:
   void SetUp() override { Start(); }
 };
+
+// Events as they are recorded.
+inline std::string StatusInfo(int status, int error = 0) {
+  return "status_info {\"status\":" + std::to_string(status) + ",\"err\":" + std::to_string(error) +
+         '}';
+}
+inline std::string RetryInfo(bool is_success, int retry_time) {
+  return std::string("retry_info {\"is_success\":") + (is_success ? "true" : "false") +
+         ",\"retry_time\":" + std::to_string(retry_time) + '}';
+}
 
 /// A broadcast as the radio would receive it.
 inline BleBroadcastInfo Broadcast(std::string address, std::vector<std::string> uuids = {kUuid}) {

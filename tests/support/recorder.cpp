@@ -75,25 +75,10 @@ Lines Recorder::Take(unsigned kinds) {
 }
 
 void RecordingSink::Write(const base::log::LogRecord& record) {
-  {
-    std::lock_guard lock(mutex_);
-    lines_.push_back(
-        {record.tag, record.file, record.line, record.function, record.level, record.message});
-  }
   const auto text = std::to_string(record.level) + ' ' + record.function + ": " + record.message;
-  if (record.tag.empty()) {
-    recorder_.Add(kLog, text);
-  } else {
-    recorder_.Add(kLibraryLog, record.tag + ' ' + text);
-  }
-}
-
-LogLine RecordingSink::Last(const std::string& text) const {
-  std::lock_guard lock(mutex_);
-  const auto found = std::find_if(lines_.rbegin(), lines_.rend(), [&](const LogLine& line) {
-    return line.message.find(text) != std::string::npos;
-  });
-  return found == lines_.rend() ? LogLine{} : *found;
+  recorder_.Add(kPlace, "at " + record.file + ':' + std::to_string(record.line));
+  recorder_.Add(record.tag.empty() ? kLog : kLibraryLog,
+                record.tag.empty() ? text : record.tag + ' ' + text);
 }
 
 void RecordingListener::OnServiceEvent(std::uint64_t event_id,

@@ -24,6 +24,7 @@ enum Kind : unsigned {
   kBle = 8,          ///< "ble BleClientSetScanMode(mode=1)": a call of the BLE API library.
   kWindows = 16,     ///< "win CreateWindowExA(...)": a Windows call.
   kLibraryLog = 32,  ///< As `kLog`, with the origin's tag in front.
+  kPlace = 64,       ///< "at file.cpp:12": where the log line that follows comes from.
   kUsual = kResult | kEvent | kLog | kBle,
 };
 
@@ -41,29 +42,13 @@ class Recorder {
   std::vector<std::pair<Kind, std::string>> entries_;
 };
 
-/// A log line with all its fields.
-struct LogLine {
-  std::string tag;
-  std::string file;
-  int line;
-  std::string function;
-  int level;
-  std::string message;
-  bool operator==(const LogLine&) const = default;
-};
-
 class RecordingSink final : public base::log::LogSink {
  public:
   explicit RecordingSink(Recorder& recorder) : recorder_(recorder) {}
   void Write(const base::log::LogRecord& record) override;
 
-  /// The last line whose message contains this text; an empty line if there was none.
-  [[nodiscard]] LogLine Last(const std::string& text) const;
-
  private:
   Recorder& recorder_;
-  mutable std::mutex mutex_;
-  std::vector<LogLine> lines_;
 };
 
 /// Records events, with its name in front if it has one, and then does what the test wants.
