@@ -38,7 +38,7 @@ TEST_F(ShutDownTest, ALateStatusReportRestartsNothing) {
   ShutDown();
   // What waits when the module goes is run first.
   UnloadModule();
-  EXPECT_THAT(Take(), Reads({"6 operator (): broadcast publisher status changed, status: 4, err: 0",
+  EXPECT_THAT(Take(), Holds({"6 operator (): broadcast publisher status changed, status: 4, err: 0",
                              "6 operator (): restart broadcast",
                              "6 InnerStartBroadcast: ble start broadcast result: -*"}));
   EXPECT_FALSE(SharedLibrary::IsLoaded(kModule));
