@@ -11,7 +11,7 @@ trap 'rm -rf "$prefix"' EXIT
 
 cmake --install "$build" --prefix "$prefix" >/dev/null || fail "could not install $build"
 "$prefix/bin/qvs_host" demo >"$prefix/demo.txt" || fail "the installed demo failed: $(tail -n 1 "$prefix/demo.txt")"
-g++ -std=c++20 -Wall -Wextra -Werror -I "$prefix/include" examples/minimal_host.cpp \
+g++ -std=c++20 -Wall -Wextra -Werror -I "$prefix/include" -I "$prefix/include/non_windows" examples/minimal_host.cpp \
   -o "$prefix/bin/minimal_host" -L "$prefix/bin" -lplenar_base -lsimulated_pc -Wl,-rpath,'$ORIGIN' ||
   fail "the example does not compile against the installed headers"
 "$prefix/bin/minimal_host" >/dev/null || fail "the example failed beside the installed libraries"

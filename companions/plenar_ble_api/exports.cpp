@@ -18,7 +18,6 @@ namespace {
 using plenar_ble::ByteView;
 using plenar_ble::Function;
 using plenar_ble::Radio;
-using plenar_ble::Result;
 
 /// What every function does: it is observed, it throws or fails if it was told to, and otherwise
 /// works. Nothing but what it was told to throw leaves it.
