@@ -25,6 +25,9 @@ void ScanCache::Store(ScanCacheItem item) {
 
 void ScanCache::RemoveExpired(std::uint64_t now) {
   const std::uint64_t oldest_fresh = now - kFreshSeconds;
+  // The usual case, told by both ends of the index whatever its size: everything is fresh.
+  if (ages_.empty() || (oldest_fresh <= ages_.begin()->first && ages_.rbegin()->first <= now))
+    return;
   if (oldest_fresh <= now) {
     Remove(ages_.begin(), ages_.lower_bound(oldest_fresh));
     Remove(ages_.upper_bound(now), ages_.end());
