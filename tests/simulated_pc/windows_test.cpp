@@ -1,173 +1,102 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <simulated_pc/simulated_pc.h>
-#include <windows.h>
+#include <dbt.h>
+#include <simulated_pc/message_waker.h>
 
-#include <string>
 #include <thread>
-#include <vector>
+
+#include "tests/simulated_pc/pc_test.h"
 
 namespace {
 
-using simulated_pc::SimulatedPc;
-using testing::ElementsAre;
-
-/// What the window procedure got, and how it answers.
-struct Script {
-  std::vector<UINT> messages;
-  LRESULT on_nccreate = TRUE;
-  LRESULT on_create = 0;
-  LPVOID parameter = nullptr;
-  bool destroys_itself = false;
-} script;
-
+/// Answers a message with its wParam.
 LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  script.messages.push_back(message);
-  EXPECT_TRUE(IsWindow(window));
-  if (message == WM_NCCREATE) {
-    script.parameter = reinterpret_cast<CREATESTRUCTA*>(lparam)->lpCreateParams;
-    return script.on_nccreate;
-  }
-  if (message == WM_CREATE) {
-    if (script.destroys_itself) DestroyWindow(window);
-    return script.on_create;
-  }
-  if (message == WM_DESTROY) {
-    EXPECT_FALSE(DestroyWindow(window));
-  }
-  return DefWindowProcA(window, message, wparam, lparam);
+  if (message == WM_NCCREATE) return DefWindowProcA(window, message, wparam, lparam);
+  return static_cast<LRESULT>(wparam);
 }
 
-WNDCLASSEXA Description(LPCSTR name = "Sample") {
+LSTATUS RegisterSample(UINT size = sizeof(WNDCLASSEXA)) {
   WNDCLASSEXA description{};
-  description.cbSize = sizeof description;
+  description.cbSize = size;
   description.lpfnWndProc = Procedure;
-  description.lpszClassName = name;
-  return description;
+  description.lpszClassName = "Sample";
+  return ErrorOf(RegisterClassExA(&description));
 }
 
-HWND Create(LPCSTR class_name = "Sample", DWORD style = WS_OVERLAPPEDWINDOW, HWND parent = nullptr,
-            HINSTANCE instance = nullptr) {
-  return CreateWindowExA(0, class_name, "", style, 0, 0, 0, 0, parent, nullptr, instance, &script);
+HWND Create(HWND parent = nullptr) {
+  return CreateWindowExA(0, "SAMPLE", "", 0, 0, 0, 0, 0, parent, nullptr, nullptr, nullptr);
 }
 
-class WindowsTest : public testing::Test {
- protected:
-  void SetUp() override {
-    SimulatedPc::Get().Reset();
-    script = Script();
-    const WNDCLASSEXA description = Description();
-    ASSERT_NE(RegisterClassExA(&description), 0);
-    SetLastError(0);
+/// Dispatches the messages that wait for this thread, and returns the answers.
+std::vector<LRESULT> Dispatch() {
+  std::vector<LRESULT> answers;
+  for (MSG message; PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE);) {
+    answers.push_back(DispatchMessageA(&message));
   }
+  return answers;
+}
+
+struct WindowsTest : PcTest {
+  WindowsTest() { EXPECT_EQ(RegisterSample(), ERROR_SUCCESS); }
 };
 
-TEST_F(WindowsTest, AClassIsRegisteredOnceUntilItIsUnregistered) {
-  const WNDCLASSEXA again = Description("SAMPLE");
-  EXPECT_EQ(RegisterClassExA(&again), 0);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_CLASS_ALREADY_EXISTS});
-  EXPECT_TRUE(SimulatedPc::Get().HasWindowClass("Sample"));
-
+TEST_F(WindowsTest, AClassIsThereOnceAndStaysWhileItHasWindows) {
+  EXPECT_EQ(RegisterSample(0), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(RegisterSample(), ERROR_CLASS_ALREADY_EXISTS);
   const HWND window = Create();
-  EXPECT_FALSE(UnregisterClassA("Sample", nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_CLASS_HAS_WINDOWS});
+  EXPECT_EQ(ErrorOf(UnregisterClassA("Sample", nullptr)), ERROR_CLASS_HAS_WINDOWS);
+  EXPECT_TRUE(Pc().HasWindowClass("Sample"));
   EXPECT_TRUE(DestroyWindow(window));
+  EXPECT_EQ(ErrorOf(DestroyWindow(window)), ERROR_INVALID_WINDOW_HANDLE);
   EXPECT_TRUE(UnregisterClassA("Sample", GetModuleHandleA(nullptr)));
-  EXPECT_FALSE(SimulatedPc::Get().HasWindowClass("Sample"));
-  EXPECT_FALSE(UnregisterClassA("Sample", nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_CLASS_DOES_NOT_EXIST});
+  EXPECT_FALSE(Pc().HasWindowClass("Sample"));
+  EXPECT_EQ(ErrorOf(Create()), ERROR_CANNOT_FIND_WND_CLASS);
 }
 
-TEST_F(WindowsTest, AClassNeedsItsSizeItsNameAndItsProcedure) {
-  const std::string long_name(256, 'x');
-  WNDCLASSEXA cases[] = {Description(), Description(nullptr), Description(""),
-                         Description("No procedure"), Description(long_name.c_str())};
-  cases[0].cbSize = sizeof(WNDCLASSEXA) - 1;
-  cases[3].lpfnWndProc = nullptr;
-  for (const WNDCLASSEXA& description : cases) {
-    SetLastError(0);
-    EXPECT_EQ(RegisterClassExA(&description), 0);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-  }
-}
-
-TEST_F(WindowsTest, AWindowOfAnotherInstanceDoesNotFindTheClass) {
-  WNDCLASSEXA description = Description("Theirs");
-  description.hInstance = reinterpret_cast<HINSTANCE>(0x1000);
-  const ATOM atom = RegisterClassExA(&description);
-  EXPECT_EQ(Create("Theirs", 0, nullptr, GetModuleHandleA(nullptr)), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_CANNOT_FIND_WND_CLASS});
-  EXPECT_NE(Create("Theirs", 0, nullptr, description.hInstance), nullptr);
-  EXPECT_NE(Create(reinterpret_cast<LPCSTR>(std::uintptr_t{atom})), nullptr);
-}
-
-TEST_F(WindowsTest, CreationAndDestructionAreToldToTheProcedure) {
+TEST_F(WindowsTest, AWindowAndItsMessagesBelongToItsThread) {
   const HWND window = Create();
-  ASSERT_NE(window, nullptr);
-  EXPECT_EQ(script.parameter, &script);
-  EXPECT_THAT(script.messages, ElementsAre(WM_NCCREATE, WM_CREATE));
-  EXPECT_EQ(SimulatedPc::Get().WindowCount(), 1u);
-
-  script.messages.clear();
-  EXPECT_EQ(SendMessageA(window, WM_CLOSE, 0, 0), 0) << "by default a window closes";
-  EXPECT_THAT(script.messages, ElementsAre(WM_CLOSE, WM_DESTROY, WM_NCDESTROY));
-  EXPECT_EQ(SimulatedPc::Get().WindowCount(), 0u);
-  EXPECT_FALSE(IsWindow(window));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_WINDOW_HANDLE});
-  EXPECT_FALSE(DestroyWindow(window));
-}
-
-TEST_F(WindowsTest, TheProcedureCanRefuseTheWindow) {
-  script.on_nccreate = FALSE;
-  EXPECT_EQ(Create(), nullptr);
-  EXPECT_THAT(script.messages, ElementsAre(WM_NCCREATE, WM_NCDESTROY));
-
-  script = Script();
-  script.on_create = -1;
-  EXPECT_EQ(Create(), nullptr);
-  EXPECT_THAT(script.messages, ElementsAre(WM_NCCREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY));
-
-  script = Script();
-  script.destroys_itself = true;
-  EXPECT_EQ(Create(), nullptr);
-  EXPECT_EQ(SimulatedPc::Get().WindowCount(), 0u);
-}
-
-TEST_F(WindowsTest, CreationFailsForWhatIsNotThere) {
-  const struct {
-    LPCSTR class_name;
-    DWORD style;
-    HWND parent;
-    DWORD error;
-  } kCases[] = {
-      {"Unknown", 0, nullptr, ERROR_CANNOT_FIND_WND_CLASS},
-      {nullptr, 0, nullptr, ERROR_CANNOT_FIND_WND_CLASS},
-      {"Sample", WS_CHILD, nullptr, ERROR_TLW_WITH_WSCHILD},
-      {"Sample", 0, reinterpret_cast<HWND>(0x4), ERROR_INVALID_WINDOW_HANDLE},
-  };
-  for (const auto& test : kCases) {
-    SetLastError(0);
-    EXPECT_EQ(Create(test.class_name, test.style, test.parent), nullptr);
-    EXPECT_EQ(GetLastError(), test.error);
-  }
-  EXPECT_TRUE(script.messages.empty());
-}
-
-TEST_F(WindowsTest, AWindowBelongsToItsThreadAndGoesWithIt) {
-  HWND window = nullptr;
-  std::thread([&] {
-    window = Create();
-    EXPECT_EQ(SimulatedPc::Get().WindowCount(), 1u);
+  SetLastError(77);
+  std::thread([window] {
+    Create();  // It goes with its thread.
+    for (const WPARAM wparam : {1u, 2u}) PostMessageA(window, WM_USER, wparam, 0);
+    EXPECT_THAT(Dispatch(), testing::IsEmpty());
+    EXPECT_EQ(ErrorOf(DestroyWindow(window)), ERROR_ACCESS_DENIED);
   }).join();
-  EXPECT_EQ(SimulatedPc::Get().WindowCount(), 0u);
-  EXPECT_THAT(script.messages, ElementsAre(WM_NCCREATE, WM_CREATE));
-
-  window = Create();
-  std::thread([&] {
-    EXPECT_FALSE(DestroyWindow(window));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-  }).join();
+  EXPECT_EQ(GetLastError(), 77u) << "the other thread has its own";
+  EXPECT_EQ(Pc().WindowCount(), 1u);
+  EXPECT_THAT(Dispatch(), testing::ElementsAre(1, 2));
+  PostMessageA(window, WM_USER, 3, 0);
   EXPECT_TRUE(DestroyWindow(window));
+  EXPECT_THAT(Dispatch(), testing::IsEmpty());
+}
+
+TEST_F(WindowsTest, DeviceChangesArePostedToTheWindowsThatTheyAreForAndWakeTheLoop) {
+  const HWND window = Create();
+  const HWND message_only = Create(HWND_MESSAGE);
+  static int wakes = 0;
+  simulated_pc::SetMessageWaker([] { ++wakes; });
+  const auto changes_for = [](WPARAM wparam) {
+    Pc().NotifyDeviceChange(wparam);
+    return Dispatch();
+  };
+  EXPECT_THAT(changes_for(DBT_DEVNODES_CHANGED), testing::ElementsAre(7))
+      << "top-level windows only";
+  EXPECT_THAT(changes_for(DBT_DEVICEARRIVAL), testing::IsEmpty()) << "nobody has asked for it";
+  EXPECT_EQ(wakes, 2);
+  simulated_pc::SetMessageWaker(nullptr);
+
+  DEV_BROADCAST_DEVICEINTERFACE_A filter{};
+  filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
+  EXPECT_EQ(ErrorOf(RegisterDeviceNotificationA(window, &filter, 0)), ERROR_INVALID_DATA);
+  filter.dbcc_size = sizeof filter;
+  EXPECT_EQ(ErrorOf(RegisterDeviceNotificationA(nullptr, &filter, 0)), ERROR_INVALID_PARAMETER);
+  EXPECT_TRUE(RegisterDeviceNotificationA(window, &filter, 0)) << "for no radios";
+  filter.dbcc_classguid = kRadioClass;
+  const HDEVNOTIFY radios = RegisterDeviceNotificationA(message_only, &filter, 0);
+  EXPECT_THAT(changes_for(DBT_DEVICEARRIVAL), testing::ElementsAre(0x8000));
+  EXPECT_TRUE(DestroyWindow(message_only));
+  EXPECT_THAT(changes_for(DBT_DEVICEARRIVAL), testing::IsEmpty());
+  EXPECT_EQ(Pc().DeviceNotificationCount(), 2u) << "a registration outlives its window";
+  EXPECT_TRUE(UnregisterDeviceNotification(radios));
+  EXPECT_EQ(ErrorOf(UnregisterDeviceNotification(radios)), ERROR_INVALID_HANDLE);
 }
 
 }  // namespace
