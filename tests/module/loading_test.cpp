@@ -56,6 +56,9 @@ TEST_F(LoadingTest, TheGateDecidesWhatIsLoaded) {
       {"another's signature", minimal, kBleApi + ".p7s", false, "", false},
       {"missing", "", "", false, "", false},
   };
+  const Lines taken = {"6 CheckSignature: is_valid: 1", "6 Init: start ble init...,retry_time = 0",
+                       "6 Init: ble init success"};
+  const Lines refused = {"6 CheckSignature: is_valid: 0", "3 Init: dll signature is illegal"};
   CreateOnOldWindows();
   const auto folder = fs::path(testing::TempDir()) / "qvs_gate_test";
   const auto file = folder / "plenar_ble_api.dll";
@@ -75,14 +78,8 @@ TEST_F(LoadingTest, TheGateDecidesWhatIsLoaded) {
     }
     EXPECT_EQ(Init(0), loaded ? 0 : 3);
     Lines expected = {kPath, "6 CheckSignature: sign str: " + signer};
-    for (const char* line :
-         loaded ? std::initializer_list<const char*>{"6 CheckSignature: is_valid: 1",
-                                                     "6 Init: start ble init...,retry_time = 0",
-                                                     "6 Init: ble init success"}
-                : std::initializer_list<const char*>{"6 CheckSignature: is_valid: 0",
-                                                     "3 Init: dll signature is illegal"}) {
-      expected.emplace_back(line);
-    }
+    expected.insert(expected.end(), loaded ? taken.begin() : refused.begin(),
+                    loaded ? taken.end() : refused.end());
     EXPECT_THAT(Take(kLog), Reads(expected));
     EXPECT_EQ(LoadCount(), loaded ? 1 : 0);
     EXPECT_EQ(UnInit(), loaded ? 0 : 1);
