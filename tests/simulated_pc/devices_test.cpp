@@ -35,6 +35,7 @@ TEST_F(DevicesTest, ARadioIsFoundWhileItIsOn) {
 TEST_F(DevicesTest, ASetListsTheRadiosThatWerePresent) {
   Pc().SetDevices({{.instance_id = "USB\\A"}, {.instance_id = "USB\\B"}});
   const HDEVINFO set = SetupDiGetClassDevsA(&kRadioClass, nullptr, nullptr, DIGCF_DEVICEINTERFACE);
+  EXPECT_EQ(SetupDiGetClassDevsA(nullptr, nullptr, nullptr, 0), INVALID_HANDLE_VALUE);
   Pc().SetDevices({});
   SP_DEVINFO_DATA device{};
   EXPECT_EQ(ErrorOf(SetupDiEnumDeviceInfo(set, 0, &device)), ERROR_INVALID_USER_BUFFER);
