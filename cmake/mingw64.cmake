@@ -14,4 +14,4 @@ foreach(kind IN ITEMS EXE SHARED MODULE)
 endforeach()
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH source_tree)
 set(CMAKE_CROSSCOMPILING_EMULATOR
-  ${source_tree}/scripts/wine.sh ${CMAKE_BINARY_DIR}/wine run)
+  ${source_tree}/scripts/wine.sh ${CMAKE_BINARY_DIR}/wine collect)

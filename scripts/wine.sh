@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Runs Windows programs without a display, in a Windows of their own:
-#   scripts/wine.sh FOLDER run PROGRAM [ARGUMENTS]   FOLDER is made on first use
-#   scripts/wine.sh FOLDER stop                      ends every program that still runs in it
-#   scripts/wine.sh FOLDER remove                    the same, and removes it
+#   scripts/wine.sh FOLDER run PROGRAM [ARGUMENTS]      FOLDER is made on first use
+#   scripts/wine.sh FOLDER collect PROGRAM [ARGUMENTS]  the same, the output comes when it has ended
+#   scripts/wine.sh FOLDER stop                         ends every program that still runs in it
+#   scripts/wine.sh FOLDER remove                       the same, and removes it
 set -euo pipefail
 
-folder=${1:?usage: scripts/wine.sh FOLDER run|stop|remove [PROGRAM ARGUMENTS]}
+folder=${1:?usage: scripts/wine.sh FOLDER run|collect|stop|remove [PROGRAM ARGUMENTS]}
 action=${2:?no action was named}
 shift 2
 
@@ -49,8 +50,7 @@ start() {
   if wineserver -p60; then wine64 wineboot; fi # otherwise it runs already
 }
 
-case $action in
-run)
+ensure_started() {
   mkdir -p "$folder"
   (
     flock 9
@@ -60,7 +60,23 @@ run)
     echo "error: could not start Wine in $folder" >&2
     exit 1
   }
+}
+
+case $action in
+run)
+  ensure_started
   exec wine64 "$@"
+  ;;
+collect)
+  # The desktop, which the first window brings up, holds the output open for longer than the program
+  # runs: who waits for its end would wait for the desktop's.
+  ensure_started
+  output=$(mktemp "$folder/output.XXXXXX")
+  status=0
+  wine64 "$@" >"$output" 2>&1 || status=$?
+  cat "$output"
+  rm "$output"
+  exit "$status"
   ;;
 stop) stop ;;
 remove)
