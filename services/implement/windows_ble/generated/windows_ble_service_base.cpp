@@ -114,7 +114,8 @@ std::shared_ptr<VariantFuture> WindowsBleServiceBase::Call(
     }
     // Held here: an event raised inside the operation may make the host drop its own pointer.
     const auto held = arguments;  // NOLINT(performance-unnecessary-copy-initialization)
-    const std::int32_t ret = CallMethod(*method, *this, held ? *held : Variant());
+    const Variant none;
+    const std::int32_t ret = CallMethod(*method, *this, held ? *held : none);
     result->Set("ret", Variant(ret));
     return Completed(std::move(result), method->line);
   } catch (...) {
