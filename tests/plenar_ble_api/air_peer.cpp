@@ -1,24 +1,15 @@
-// A second process on the loopback air: air_peer DATA EXPECTED
+// A second process on the loopback air: air_peer DATA ANSWER
 //
-// Advertises DATA until its input ends, and ends with 0 once it has heard EXPECTED.
+// Advertises DATA, and ends with 0 once it has heard ANSWER.
 
-#include <cstdio>
-#include <string>
-
-#include "tests/plenar_ble_api/ble_library.h"
-#include "tests/plenar_ble_api/journal.h"
+#include "tests/plenar_ble_api/radio_user.h"
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  const std::string expected = argv[2];
-  BleLibrary ble;
   Journal journal;
-  ble.SetReceivedBroadcastCB([&](const BleBroadcastInfo& info) {
-    if (DataOf(info) == expected) journal.Note("heard");
-  });
-  if (ble.Init(0) != 0 || ble.StartWatchBroadcast() != 0 || ble.Advertise(argv[1]) != 0) return 3;
-  while (std::getchar() != EOF) continue;
-  const bool heard = journal.WaitFor("heard");
-  ble.UnInit();
+  BleClientSetReceivedBroadcastCB([&](const auto& info) { journal.Note(info.local_name); });
+  const bool up = BleInit(0) == 0 && BleClientStartWatchBroadcast() == 0;
+  const bool heard = up && Advertise(argv[1]) == 0 && journal.WaitFor(argv[2]);
+  BleUnInit();
   return heard ? 0 : 1;
 }
