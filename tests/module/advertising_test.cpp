@@ -19,35 +19,17 @@ std::string Started(int result) {
   return "6 InnerStartBroadcast: ble start broadcast result: " + std::to_string(result);
 }
 
-class AdvertisingTest : public ServiceTest {
+class AdvertisingTest : public QuietServiceTest {
  protected:
-  void SetUp() override {
-    ServiceTest::SetUp();
-    radio_->SetAutomaticReports(false);
-  }
-
-  /// The lines of a request, without the one that repeats its arguments.
   Lines Request(const std::string& uuid, const std::string& data) {
-    Take();
-    Advertise(uuid, data);
-    return RestOfRequest();
+    return Requested("BleStartBroadcast", [&] { Advertise(uuid, data); });
   }
   Lines Stop() {
-    Take();
-    StopAdvertising();
-    return RestOfRequest();
+    return Requested("BleStartBroadcast", [this] { StopAdvertising(); });
   }
 
   [[nodiscard]] Bytes OnAir() const {
     return radio_->Advertising().value_or(plenar_ble_control::Advertisement{}).data;
-  }
-
- private:
-  Lines RestOfRequest() {
-    auto lines = Take();
-    EXPECT_THAT(lines.at(0), testing::StartsWith("6 BleStartBroadcast: start: "));
-    lines.erase(lines.begin());
-    return lines;
   }
 };
 
@@ -122,9 +104,8 @@ TEST_F(AdvertisingTest, WhatARequestDoesDependsOnTheStatus) {
 TEST_F(AdvertisingTest, ReportsEveryStatus) {
   const std::pair<int, int> cases[] = {{1, 0}, {2, 0}, {2, 0}, {3, -1}, {4, 6}, {99, 2147483647}};
   for (const auto& [status, error] : cases) {
-    Take();
-    ReportStatus(status, error);
-    EXPECT_THAT(Take(), Reads({Changed(status, error), StatusInfo(status, error)}));
+    EXPECT_THAT(After([&] { ReportStatus(status, error); }),
+                Reads({Changed(status, error), StatusInfo(status, error)}));
   }
 }
 
@@ -156,20 +137,16 @@ TEST_F(AdvertisingTest, AFailedRestartIsNotTriedAgain) {
   ReportStatus(2);
   Advertise(kUuid, "new");
   radio_->SetResult("BleServerStartBroadcast", 8);
-  Take();
-  ReportStatus(4);
-  EXPECT_THAT(Take(), Holds({"6 operator (): restart broadcast", kAdd, kStart, Started(8)}));
-  ReportStatus(4);
-  EXPECT_THAT(Take(kBle), Reads({}));
+  EXPECT_THAT(After([&] { ReportStatus(4); }),
+              Holds({"6 operator (): restart broadcast", kAdd, kStart, Started(8)}));
+  EXPECT_THAT(After([&] { ReportStatus(4); }, kBle), Reads({}));
 }
 
 TEST_F(AdvertisingTest, APublisherInUseForgetsTheData) {
   Advertise(kUuid, "x");
   ReportStatus(2);
-  Take();
-  ReportStatus(2, 102);
   EXPECT_THAT(
-      Take(),
+      After([&] { ReportStatus(2, 102); }),
       Reads({Changed(2, 102),
              "6 DoPublisherStatusChangedInfo: broadcast publisher is used, reset data cache",
              StatusInfo(2, 102)}));

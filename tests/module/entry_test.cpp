@@ -4,10 +4,7 @@
 namespace qvs_test {
 namespace {
 
-class EntryTest : public ModuleTest {
- protected:
-  void SetUp() override { LoadModule(); }
-};
+using EntryTest = ModuleTest;
 
 TEST_F(EntryTest, KnowsOneNameOnly) {
   for (const char* name :
@@ -44,9 +41,7 @@ TEST_F(EntryTest, AllServicesShareOneWrapperAndTheLastInitGetsTheEvents) {
   RecordingListener second_listener(recorder_, "second:");
   second->AddListener(&second_listener);
   second->RemoveListener(&listener_);
-  Take();
-  ReportStatus(2);
-  EXPECT_THAT(Take(kEvent), Reads({"second: " + StatusInfo(2)}));
+  EXPECT_THAT(After([&] { ReportStatus(2); }, kEvent), Reads({"second: " + StatusInfo(2)}));
   Init(0);
   ReportStatus(4);
   EXPECT_THAT(Take(kEvent), Reads({StatusInfo(4)}));

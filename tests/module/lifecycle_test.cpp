@@ -16,10 +16,6 @@ class RetryTest : public ModuleTest {
     SetAdapter(6);
     Start();
   }
-  void Restart() {
-    UnloadModule();
-    SetUp();
-  }
 
   void SetAdapter(int error) { radio_->SetResult("BleCheckState", error); }
 
@@ -55,23 +51,19 @@ TEST_F(RetryTest, TheBudgetSetsTheInterval) {
 
 TEST_F(RetryTest, GivesUpWhenTheBudgetIsUsedUp) {
   Init(3);
-  Take();
-  RunFor(8999);
-  EXPECT_THAT(Take(), Reads({"ble BleCheckState()", "ble BleCheckState()"}))
+  EXPECT_THAT(After([&] { RunFor(8999); }), Reads({"ble BleCheckState()", "ble BleCheckState()"}))
       << "an adapter that is still not usable is not logged";
-  RunFor(1);
-  EXPECT_THAT(Take(), Reads({"ble BleCheckState()", "6 StopInitCheckTimer: enter",
-                             "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
-                             "6 ReportRetryInfo: report success", RetryInfo(false, 3)}));
+  EXPECT_THAT(After([&] { RunFor(1); }),
+              Reads({"ble BleCheckState()", "6 StopInitCheckTimer: enter",
+                     "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
+                     "6 ReportRetryInfo: report success", RetryInfo(false, 3)}));
   EXPECT_EQ(CheckState(), 1);
   // Each further `Init` has one more tick.
   for (const int used : {4, 5}) {
     EXPECT_EQ(UntilTick(), 0u);
     Init(3);
     EXPECT_EQ(UntilTick(), 3000u);
-    Take();
-    RunFor(3000);
-    EXPECT_THAT(Take(kEvent), Reads({RetryInfo(false, used)}));
+    EXPECT_THAT(After([&] { RunFor(3000); }, kEvent), Reads({RetryInfo(false, used)}));
   }
 }
 
@@ -79,10 +71,8 @@ TEST_F(RetryTest, ComesUpAtTheTickThatFindsTheAdapter) {
   Init(5);
   RunFor(3000);
   SetAdapter(0);
-  Take();
-  RunFor(3000);
   EXPECT_THAT(
-      Take(),
+      After([&] { RunFor(3000); }),
       Reads({"ble BleCheckState()", "6 StopInitCheckTimer: enter",
              "ble BleClientSetReceivedBroadcastCB(*)", "ble BleClientSetStoppedWatchBroadcastCB(*)",
              "ble BleServerSetStatusChangedCB(*)", "6 DoInitCheckCallback: ble init success",
@@ -103,9 +93,7 @@ TEST_F(RetryTest, ATickThatSucceedsSetsTheCountBackBeforeTheBudgetIsTested) {
     Init(1);
     Init(budget_at_the_tick);  // Replaces the budget; the timer goes on.
     SetAdapter(0);
-    Take();
-    RunFor(3000);
-    EXPECT_THAT(Take(kEvent), Reads(events));
+    EXPECT_THAT(After([&] { RunFor(3000); }, kEvent), Reads(events));
     Restart();
   }
 }
@@ -150,10 +138,8 @@ TEST_F(RetryTest, ASecondSetUpWhileUpLeaksNothing) {
   Init(5);
   SetAdapter(0);
   EXPECT_EQ(Init(5), 0);  // Does not stop the timer, which sets up again.
-  Take();
-  RunFor(3000);
   EXPECT_THAT(
-      Take(kBle | kEvent),
+      After([&] { RunFor(3000); }, kBle | kEvent),
       Reads({"ble BleCheckState()", "ble BleClientSetReceivedBroadcastCB(*)",
              "ble BleClientSetStoppedWatchBroadcastCB(*)", "ble BleServerSetStatusChangedCB(*)",
              "ble BleCheckState()", "state 0", RetryInfo(true, 1), RetryInfo(true, 1)}));
@@ -169,14 +155,11 @@ TEST_F(RetryTest, AReportThatNobodyHearsIsOwed) {
     UnInit();  // Not up: nothing changes.
     DestroyService(service_);
     if (success) SetAdapter(0);
-    Take();
-    RunFor(9000);
-    EXPECT_THAT(Take(kLog), Holds({"6 ReportRetryInfo: report failed"}));
+    EXPECT_THAT(After([&] { RunFor(9000); }, kLog), Holds({"6 ReportRetryInfo: report failed"}));
     SetAdapter(0);
     service_ = CreateService();
     EXPECT_THAT(Take(kEvent), Reads({}));
-    CheckState();
-    EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, success ? 0 : 3)}));
+    EXPECT_THAT(After([&] { CheckState(); }, kEvent), Reads({RetryInfo(true, success ? 0 : 3)}));
     Restart();
   }
 }
@@ -187,8 +170,7 @@ TEST_F(LifecycleTest, TheFirstCheckAfterInitReportsTheRetrying) {
   for (int round = 0; round < 2; ++round) {
     CheckState();
     EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, 0)}));
-    CheckState();
-    EXPECT_THAT(Take(kEvent), Reads({}));
+    EXPECT_THAT(After([&] { CheckState(); }, kEvent), Reads({}));
     UnInit();
     Init(0);
   }
@@ -227,13 +209,11 @@ TEST_F(LifecycleTest, StateOutlivesUnInit) {
   UnInit();
   Init(0);
   Settle();
-  Take();
-  ChangeDevices();
-  EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, 0)})) << "the state is no change";
-  Advertise(kUuid, "data");
-  EXPECT_THAT(Take(), Holds({"4 BleStartBroadcast: repeat broadcast, ignore it", "ret 0"}));
-  StopScan();
-  EXPECT_THAT(Take(), Holds({"ble BleClientStopWatchBroadcast()"}));
+  EXPECT_THAT(After([&] { ChangeDevices(); }, kEvent), Reads({RetryInfo(true, 0)}))
+      << "the state is no change";
+  EXPECT_THAT(After([&] { Advertise(kUuid, "data"); }),
+              Holds({"4 BleStartBroadcast: repeat broadcast, ignore it", "ret 0"}));
+  EXPECT_THAT(After([&] { StopScan(); }), Holds({"ble BleClientStopWatchBroadcast()"}));
   GetCache();
   Hear(Broadcast("b"));
   EXPECT_THAT(Take(kEvent), Reads({"device_json [*\"device_id\":\"a\"*\"device_id\":\"b\"*]"}));

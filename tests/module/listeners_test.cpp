@@ -112,9 +112,8 @@ TEST_F(ListenersTest, MayScanAnewInsideAReportOfDevices) {
     Scan(kUuid, 0, false);
     Scan(kUuid, 2, false);
   };
-  Take();
-  Scan(kUuid, 2, false);
-  EXPECT_THAT(Take(kEvent), Reads({"device_json [*\"a\"*\"b\"*\"c\"*]"}));
+  EXPECT_THAT(After([&] { Scan(kUuid, 2, false); }, kEvent),
+              Reads({"device_json [*\"a\"*\"b\"*\"c\"*]"}));
 }
 
 TEST_F(ListenersTest, MayTakeBleDown) {

@@ -8,7 +8,6 @@
 namespace qvs_test {
 namespace {
 
-constexpr char kFound[] = "6 operator (): find broadcast, ble addr: ";
 constexpr char kSweep[] = "6 operator (): scan caches more than 30, clear expired cache";
 
 BleBroadcastInfo WithCompanyData(std::uint16_t company, Bytes data) {
@@ -19,11 +18,6 @@ BleBroadcastInfo WithCompanyData(std::uint16_t company, Bytes data) {
 
 class ScanCacheTest : public ServiceTest {
  protected:
-  void Restart() {
-    UnloadModule();
-    Start();
-  }
-
   /// Asks for the cache, lets `trigger` be heard, and gives the addresses that are reported.
   Lines Ask(const std::string& trigger) {
     GetCache();
@@ -78,9 +72,9 @@ TEST_F(ScanCacheTest, KeepsBroadcastsThatCarryTheWatchedUuid) {
   };
   for (const auto& [description, watched, info, kept] : cases) {
     Scan(watched, 0, false);
-    Take();
-    Hear(info);
-    EXPECT_THAT(Take(), Reads(kept ? Lines{std::string(kFound) + "m"} : Lines{})) << description;
+    EXPECT_THAT(After([&] { Hear(info); }),
+                Reads(kept ? Lines{std::string(kFound) + "m"} : Lines{}))
+        << description;
   }
 }
 
@@ -116,11 +110,10 @@ TEST_F(ScanCacheTest, ReportsTheLastBroadcastOfEachDeviceInTheByteOrderOfTheAddr
     ++info.rssi;
     Hear(info);
   }
-  Take();
-  RunFor(500);
-  EXPECT_THAT(Take(kEvent), Reads({"device_json [{\"device_id\":\"\",*\"rssi\":7,*{*:\"B\",*:4,*{*"
-                                   ":\"a\",*:8,*{*:\"ab\",*:3,*{*:\"b\",*:9,*{*:\"z\",*:6,*{*:"
-                                   "\"\xC3\xA9\",*:5,*]"}));
+  EXPECT_THAT(After([&] { RunFor(500); }, kEvent),
+              Reads({"device_json [{\"device_id\":\"\",*\"rssi\":7,*{*:\"B\",*:4,*{*"
+                     ":\"a\",*:8,*{*:\"ab\",*:3,*{*:\"b\",*:9,*{*:\"z\",*:6,*{*:"
+                     "\"\xC3\xA9\",*:5,*]"}));
 }
 
 TEST_F(ScanCacheTest, WhatAReportHoldsAndLeavesDependsOnTheSettings) {
@@ -216,8 +209,7 @@ TEST_F(ScanCacheTest, ARequestWaitsForTheNextBroadcast) {
   GetCache();
   EXPECT_THAT(Take(), Reads({"6 GetBleScanCache: get ble scan cache", "ret 0",
                              "6 GetBleScanCache: get ble scan cache", "ret 0"}));
-  RunFor(5000);
-  EXPECT_THAT(Take(kEvent), Reads({}));
+  EXPECT_THAT(After([&] { RunFor(5000); }, kEvent), Reads({}));
   Hear(Broadcast("b"));
   EXPECT_EQ(Reported(), (Lines{"a", "b"}));
   Hear(Broadcast("c"));
@@ -254,9 +246,7 @@ TEST_F(ScanCacheTest, WithoutADelegateTheCacheIsKept) {
   Hear(Broadcast("a"));
   auto* const second = CreateService();
   DestroyService(second);
-  Take();
-  RunFor(500);
-  EXPECT_THAT(Take(kEvent), Reads({}));
+  EXPECT_THAT(After([&] { RunFor(500); }, kEvent), Reads({}));
   Init(0);
   EXPECT_EQ(Ask("b"), (Lines{"a", "b"}));
 }

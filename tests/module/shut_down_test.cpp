@@ -4,17 +4,13 @@
 namespace qvs_test {
 namespace {
 
-constexpr char kRewatch[] = "6 OnBroadcastWatherStopped: rewatch broadcast";
 constexpr char kWatchRefused[] = "6 InnerWatchBroadcast: ble watch broadcast result: -*";
-constexpr char kTimerOn[] = "6 StartBroadcastCBTimer: enter";
-constexpr char kTimerOff[] = "6 StopBroadcastCBTimer: enter";
 
 /// A service whose BLE API library is loaded by nobody else, and so goes when the module lets go.
-class ShutDownTest : public ServiceTest {
+class ShutDownTest : public QuietServiceTest {
  protected:
   void SetUp() override {
-    ServiceTest::SetUp();
-    radio_->SetAutomaticReports(false);
+    QuietServiceTest::SetUp();
     ReleaseBleApi();
   }
 
@@ -84,7 +80,7 @@ TEST_F(ClosedGateTest, TheInitCheckCallsNothingAfterShutDown) {
   radio_->SetResult("BleCheckState", 0);
   EXPECT_EQ(Init(3), 0);  // Leaves the retry timer running.
   UnInit();
-  EXPECT_GT(pc_.LibraryLoadCount("plenar_ble_api.dll"), 0);
+  EXPECT_GT(LoadCount(), 0);
   Take();
   RunFor(60'000);
   // A check through the closed gate is a check that fails, so the budget runs out.
@@ -96,9 +92,7 @@ TEST_F(ClosedGateTest, TheInitCheckCallsNothingAfterShutDown) {
 TEST_F(ClosedGateTest, AFailedInitialisationClosesIt) {
   radio_->SetResult("BleInit", 1);
   EXPECT_EQ(Init(3), 3);
-  Take();
-  RunFor(3000);
-  EXPECT_THAT(Take(), Reads({}));
+  EXPECT_THAT(After([&] { RunFor(3000); }), Reads({}));
 }
 
 }  // namespace

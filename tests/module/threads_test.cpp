@@ -15,27 +15,27 @@ constexpr char kLibrary[] = QVS_TEST_LIBRARIES "/complete/plenar_ble_api.dll";
 class ThreadsTest : public ModuleTest {
  protected:
   void SetUp() override {
-    MinimalBleApiStateFunction* state;
-    library_.Bind(state, "MinimalBleApiState");
-    api_ = state();
+    api_ = library_.Get<MinimalBleApiStateFunction>("MinimalBleApiState")();
     pc_.SetExecutablePath(QVS_TEST_LIBRARIES "/complete/host");
     Start();
     ASSERT_TRUE(api_->received);
   }
 
-  void Deliver(const BleBroadcastInfo& info) {
+  template <class Callable, class... Arguments>
+  void Deliver(Callable MinimalBleApi::*callable, const Arguments&... arguments) {
     std::shared_lock lock(api_->mutex);
-    if (api_->received) api_->received(info);
+    if (api_->*callable) (api_->*callable)(arguments...);
   }
-  void DeliverStopped() {
-    std::shared_lock lock(api_->mutex);
-    if (api_->stopped) api_->stopped(BleError::kNone);
-  }
+  void Deliver(const BleBroadcastInfo& info) { Deliver(&MinimalBleApi::received, info); }
+  void DeliverStopped() { Deliver(&MinimalBleApi::stopped, BleError::kNone); }
   void DeliverStatus(int status) {
-    std::shared_lock lock(api_->mutex);
-    if (api_->status_changed) {
-      api_->status_changed(static_cast<BlePublisherStatus>(status), BleError::kNone);
-    }
+    Deliver(&MinimalBleApi::status_changed, static_cast<BlePublisherStatus>(status),
+            BleError::kNone);
+  }
+  void DeliverOneOfEach() {
+    Deliver(Broadcast("a"));
+    DeliverStopped();
+    DeliverStatus(2);
   }
 
   SharedLibrary library_{kLibrary};
@@ -60,27 +60,23 @@ TEST_F(ThreadsTest, WhatDoesNotMatchCostsNoAllocationAndNoPost) {
 TEST_F(ThreadsTest, ACallOnTheMainThreadIsPostedToo) {
   Scan(kUuid, 0, false);
   Take();
-  Deliver(Broadcast("a"));
-  DeliverStopped();
-  DeliverStatus(2);
+  DeliverOneOfEach();
   EXPECT_THAT(Take(), Reads({}));
-  Settle();
-  EXPECT_THAT(Take(), Reads({
-                          "6 operator (): find broadcast, ble addr: a",
-                          "6 operator (): broadcast wather stopped, err: 0",
-                          "6 StopBroadcastCBTimer: enter",
-                          "6 operator (): broadcast publisher status changed, status: 2, err: 0",
-                          "status_info {\"status\":2,\"err\":0}",
-                      }));
+  EXPECT_THAT(After([&] { Settle(); }),
+              Reads({
+                  "6 operator (): find broadcast, ble addr: a",
+                  "6 operator (): broadcast wather stopped, err: 0",
+                  "6 StopBroadcastCBTimer: enter",
+                  "6 operator (): broadcast publisher status changed, status: 2, err: 0",
+                  "status_info {\"status\":2,\"err\":0}",
+              }));
 }
 
 TEST_F(ThreadsTest, WithoutAMainLooperWhatIsPostedIsDropped) {
   Scan(kUuid, 0, false);
   looper_.reset();
   Take();
-  Deliver(Broadcast("a"));
-  DeliverStopped();
-  DeliverStatus(2);
+  DeliverOneOfEach();
   looper_.emplace();
   Settle();
   EXPECT_THAT(Take(), Reads({}));
@@ -128,9 +124,7 @@ TEST_F(ThreadsTest, ReportsMayComeFromManyThreadsWhileTheHostGoesOn) {
   // After the shut-down nothing is called any more.
   UnInit();
   EXPECT_FALSE(api_->received || api_->stopped || api_->status_changed);
-  Take();
-  RunFor(1000);
-  EXPECT_THAT(Take(kEvent), Reads({}));
+  EXPECT_THAT(After([&] { RunFor(1000); }, kEvent), Reads({}));
 }
 
 }  // namespace

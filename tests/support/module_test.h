@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,9 +52,10 @@ class SharedLibrary {
   ~SharedLibrary() { dlclose(handle_); }
 
   template <class Function>
-  void Bind(Function*& function, const char* name) const {
-    function = reinterpret_cast<Function*>(dlsym(handle_, name));
-    ASSERT_NE(function, nullptr) << name;
+  [[nodiscard]] Function* Get(const char* name) const {
+    void* const function = dlsym(handle_, name);
+    EXPECT_NE(function, nullptr) << name;
+    return reinterpret_cast<Function*>(function);
   }
 
   /// Whether anybody in the process has this file loaded.
@@ -68,11 +70,13 @@ class SharedLibrary {
 };
 
 /// A host's process around the built module: simulated time, main looper, simulated PC and virtual
-/// radio (in-process air, manual time), all of them recorded. The module is not loaded yet.
+/// radio (in-process air, manual time), all of them recorded, with the module loaded and no service
+/// yet.
 class ModuleTest : public testing::Test {
  protected:
   ModuleTest();
   ~ModuleTest() override;
+  void SetUp() override { LoadModule(); }
 
   inline static const std::string kModule = QVS_TEST_MODULE;
   inline static const std::string kBleApi = QVS_TEST_BLE_API;
@@ -89,6 +93,11 @@ class ModuleTest : public testing::Test {
   void DestroyService(quorvel_service::IService* service);
   /// Loads the module, makes `service_` and forgets what was recorded meanwhile.
   void Start();
+  /// Begins again with the module loaded anew.
+  void Restart() {
+    UnloadModule();
+    SetUp();
+  }
 
   /// Leaves the BLE API library to the module, which then unloads it when it lets go of it.
   /// `radio_` stays usable until then, its reports being made by `Report`, not by time.
@@ -148,6 +157,13 @@ class ModuleTest : public testing::Test {
   }
 
   Lines Take(unsigned kinds = kUsual) { return recorder_.Take(kinds); }
+  /// What is recorded from now until this was done.
+  Lines After(const std::function<void()>& action, unsigned kinds = kUsual) {
+    Take();
+    action();
+    return Take(kinds);
+  }
+  [[nodiscard]] int LoadCount() const { return pc_.LibraryLoadCount("plenar_ble_api.dll"); }
 
   std::shared_ptr<base::time::SimulatedTime> time_;
   std::optional<base::threading::MainLooperScope> looper_;
@@ -176,6 +192,29 @@ class ServiceTest : public ModuleTest {
  protected:
   void SetUp() override { Start(); }
 };
+
+/// The same with a library that reports only what the test has it report.
+class QuietServiceTest : public ServiceTest {
+ protected:
+  void SetUp() override {
+    Start();
+    radio_->SetAutomaticReports(false);
+  }
+
+  /// The lines of a request, without the one of `function` that repeats its arguments.
+  Lines Requested(const std::string& function, const std::function<void()>& request) {
+    auto lines = After(request);
+    EXPECT_THAT(lines.at(0), testing::StartsWith("6 " + function + ": start: "));
+    lines.erase(lines.begin());
+    return lines;
+  }
+};
+
+// Lines of the log.
+inline constexpr char kTimerOn[] = "6 StartBroadcastCBTimer: enter";
+inline constexpr char kTimerOff[] = "6 StopBroadcastCBTimer: enter";
+inline constexpr char kRewatch[] = "6 OnBroadcastWatherStopped: rewatch broadcast";
+inline constexpr char kFound[] = "6 operator (): find broadcast, ble addr: ";
 
 // Events as they are recorded.
 inline std::string StatusInfo(int status, int error = 0) {

@@ -1,7 +1,6 @@
 #include "tests/support/recorder.h"
 
 #include <algorithm>
-#include <iterator>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
@@ -40,8 +39,8 @@ bool Fits(std::string_view pattern, std::string_view text) {
   return false;
 }
 
-MATCHER_P(Line, pattern, "reads " + testing::PrintToString(pattern)) {
-  return Fits(pattern, arg);
+MATCHER(FitsPattern, "fits") {
+  return Fits(std::get<1>(arg), std::get<0>(arg));
 }
 
 MATCHER_P(InThisOrder, patterns, "holds in this order " + testing::PrintToString(patterns)) {
@@ -89,10 +88,7 @@ void RecordingListener::OnServiceEvent(std::uint64_t event_id,
 }
 
 testing::Matcher<const Lines&> Reads(const Lines& expected) {
-  std::vector<testing::Matcher<std::string>> lines;
-  std::transform(expected.begin(), expected.end(), std::back_inserter(lines),
-                 [](const std::string& pattern) { return Line(pattern); });
-  return testing::ElementsAreArray(lines);
+  return testing::Pointwise(FitsPattern(), expected);
 }
 
 testing::Matcher<const Lines&> Holds(const Lines& expected) {
