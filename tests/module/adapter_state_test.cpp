@@ -54,18 +54,14 @@ TEST_F(AdapterStateTest, IsTheFirstFaultOfAdapterRadioAndDiscoverability) {
 }
 
 TEST_F(AdapterStateTest, ExaminesNoMoreThanItMust) {
-  const auto windows_calls = [this](bool ask) {
-    Take();
-    CheckState(ask);
-    return Take(kWindows);
-  };
-  EXPECT_THAT(windows_calls(false),
+  EXPECT_THAT(After([&] { CheckState(); }, kWindows),
               Reads({"win BluetoothFindFirstRadio(*)", "win BluetoothFindRadioClose(*)",
                      "win CloseHandle(*)"}));
   pc_.SetRadioOn(false);
-  EXPECT_THAT(windows_calls(true), Reads({"win BluetoothFindFirstRadio(*)"}));
+  EXPECT_THAT(After([&] { CheckState(true); }, kWindows),
+              Reads({"win BluetoothFindFirstRadio(*)"}));
   radio_->SetResult("BleCheckState", 6);
-  EXPECT_THAT(windows_calls(true), Reads({}));
+  EXPECT_THAT(After([&] { CheckState(true); }, kWindows), Reads({}));
 }
 
 TEST_F(AdapterStateTest, AChangeOfSettingsIsReportedOnce) {

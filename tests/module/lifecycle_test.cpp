@@ -27,9 +27,7 @@ class RetryTest : public ModuleTest {
 
   /// How many ticks ran, seen by their adapter checks, while this time passed.
   std::ptrdiff_t Ticks(std::uint64_t milliseconds) {
-    Take();
-    RunFor(milliseconds);
-    const auto lines = Take(kBle);
+    const auto lines = After([&] { RunFor(milliseconds); }, kBle);
     return std::count(lines.begin(), lines.end(), "ble BleCheckState()");
   }
 };
@@ -164,17 +162,28 @@ TEST_F(RetryTest, AReportThatNobodyHearsIsOwed) {
   }
 }
 
-using LifecycleTest = ServiceTest;
-
-TEST_F(LifecycleTest, TheFirstCheckAfterInitReportsTheRetrying) {
-  for (int round = 0; round < 2; ++round) {
-    CheckState();
-    EXPECT_THAT(Take(kEvent), Reads({RetryInfo(true, 0)}));
-    EXPECT_THAT(After([&] { CheckState(); }, kEvent), Reads({}));
-    UnInit();
-    Init(0);
-  }
+// What closes the gate is the library's handle, not whether somebody keeps the library loaded.
+TEST_F(RetryTest, TheInitCheckCallsNothingAfterShutDown) {
+  Init(3);
+  SetAdapter(0);
+  EXPECT_EQ(Init(3), 0);  // Leaves the retry timer running.
+  UnInit();
+  EXPECT_GT(LoadCount(), 0);
+  // A check through the closed gate is a check that fails, so the budget runs out.
+  EXPECT_THAT(After([&] { RunFor(60'000); }),
+              Reads({"6 StopInitCheckTimer: enter",
+                     "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
+                     "6 ReportRetryInfo: report failed"}));
 }
+
+TEST_F(RetryTest, AFailedInitialisationClosesTheGate) {
+  Init(3);
+  radio_->SetResult("BleInit", 1);
+  EXPECT_EQ(Init(3), 3);
+  EXPECT_THAT(After([&] { RunFor(3000); }), Reads({}));
+}
+
+using LifecycleTest = ServiceTest;
 
 TEST_F(LifecycleTest, UnInitTwice) {
   EXPECT_EQ(UnInit(), 0);

@@ -73,9 +73,8 @@ TEST_F(LoadingTest, TheGateDecidesWhatIsLoaded) {
       bytes.put(byte);
     }
     EXPECT_EQ(Init(0), loaded ? 0 : 3);
-    Lines expected = {kPath, "6 CheckSignature: sign str: " + signer};
-    expected.insert(expected.end(), loaded ? taken.begin() : refused.begin(),
-                    loaded ? taken.end() : refused.end());
+    Lines expected = loaded ? taken : refused;
+    expected.insert(expected.begin(), {kPath, "6 CheckSignature: sign str: " + signer});
     EXPECT_THAT(Take(kLog), Reads(expected));
     EXPECT_EQ(LoadCount(), loaded ? 1 : 0);
     EXPECT_EQ(UnInit(), loaded ? 0 : 1);

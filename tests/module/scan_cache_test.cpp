@@ -119,10 +119,8 @@ TEST_F(ScanCacheTest, ReportsTheLastBroadcastOfEachDeviceInTheByteOrderOfTheAddr
 TEST_F(ScanCacheTest, WhatAReportHoldsAndLeavesDependsOnTheSettings) {
   const struct {
     unsigned host_mode;
-    bool continuous;
-    bool ticks;
-    Lines first;   // of "old", heard 21 s ago, and "new"
-    Lines second;  // of what was left, and "next"
+    bool continuous, ticks;
+    Lines first, second;  // of "old", heard 21 s ago, and "new"; of what was left, and "next"
   } cases[] = {
       {0, true, true, {"new"}, {"next"}},
       {1, true, true, {"new", "old"}, {"next"}},
@@ -139,9 +137,7 @@ TEST_F(ScanCacheTest, WhatAReportHoldsAndLeavesDependsOnTheSettings) {
     RunFor(21'000);
     EXPECT_EQ(Ask("new"), first);
     EXPECT_EQ(Ask("next"), second);
-    Take();
-    RunFor(1'000'000);
-    EXPECT_EQ(!Take(kEvent).empty(), ticks);
+    EXPECT_EQ(!After([&] { RunFor(1'000'000); }, kEvent).empty(), ticks);
     Restart();
   }
 }
@@ -219,8 +215,7 @@ TEST_F(ScanCacheTest, ARequestWaitsForTheNextBroadcast) {
 TEST_F(ScanCacheTest, TheChangeFromMode0To1Reports) {
   const struct {
     unsigned from, to;
-    bool continuous;
-    bool reports;
+    bool continuous, reports;
     Lines left;
   } cases[] = {
       {0, 2, false, true, {"a", "b"}},  {7, 2, true, true, {"b"}},

@@ -29,8 +29,7 @@ class ScanningTest : public QuietServiceTest {
     Hear(Broadcast("a"));
     Take();
     for (std::uint64_t passed = 50; passed <= 60'000; passed += 50) {
-      RunFor(50);
-      if (!Take(kEvent).empty()) return passed;
+      if (!After([&] { RunFor(50); }, kEvent).empty()) return passed;
     }
     return 0;
   }

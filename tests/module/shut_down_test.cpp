@@ -66,34 +66,5 @@ TEST_F(ShutDownTest, ALateTickRestartsNothing) {
                              kTimerOff, kWatchRefused}));
 }
 
-/// The gate is the library's handle, not whether somebody keeps the library loaded.
-class ClosedGateTest : public ModuleTest {
- protected:
-  void SetUp() override {
-    radio_->SetResult("BleCheckState", 6);
-    Start();
-    Init(3);
-  }
-};
-
-TEST_F(ClosedGateTest, TheInitCheckCallsNothingAfterShutDown) {
-  radio_->SetResult("BleCheckState", 0);
-  EXPECT_EQ(Init(3), 0);  // Leaves the retry timer running.
-  UnInit();
-  EXPECT_GT(LoadCount(), 0);
-  Take();
-  RunFor(60'000);
-  // A check through the closed gate is a check that fails, so the budget runs out.
-  EXPECT_THAT(Take(), Reads({"6 StopInitCheckTimer: enter",
-                             "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
-                             "6 ReportRetryInfo: report failed"}));
-}
-
-TEST_F(ClosedGateTest, AFailedInitialisationClosesIt) {
-  radio_->SetResult("BleInit", 1);
-  EXPECT_EQ(Init(3), 3);
-  EXPECT_THAT(After([&] { RunFor(3000); }), Reads({}));
-}
-
 }  // namespace
 }  // namespace qvs_test

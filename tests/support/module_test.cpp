@@ -20,17 +20,12 @@ std::shared_ptr<Variant> Args(std::initializer_list<Arg> arguments) {
 /// Steps the virtual radio along with simulated time.
 class ModuleTest::RadioInTime final : public base::time::SimulatedTimeParticipant {
  public:
-  RadioInTime(base::time::SimulatedTime& time, plenar_ble_control::VirtualRadio& radio)
-      : time_(time), radio_(radio) {
-    time_.AddParticipant(*this);
-  }
-  ~RadioInTime() override { time_.RemoveParticipant(*this); }
+  explicit RadioInTime(plenar_ble_control::VirtualRadio& radio) : radio_(radio) {}
 
   std::optional<std::uint64_t> NextDeadline() override { return radio_.NextDeadline(); }
   std::size_t AdvanceTo(std::uint64_t now_ms) override { return radio_.AdvanceTo(now_ms); }
 
  private:
-  base::time::SimulatedTime& time_;
   plenar_ble_control::VirtualRadio& radio_;
 };
 
@@ -50,7 +45,8 @@ ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) 
   using plenar_ble_control::kControlExport, plenar_ble_control::PlenarBleControlFunction;
   radio_ = ble_api_->Get<PlenarBleControlFunction>(kControlExport)();
   ResetRadio();
-  radio_in_time_ = std::make_unique<RadioInTime>(*time_, *radio_);
+  radio_in_time_ = std::make_unique<RadioInTime>(*radio_);
+  time_->AddParticipant(*radio_in_time_);
 }
 
 void ModuleTest::ResetRadio() {
@@ -67,9 +63,7 @@ ModuleTest::~ModuleTest() {
   EXPECT_EQ(pc_.OpenHandleCount(), 0u);
   EXPECT_EQ(pc_.WindowCount(), 0u);
   EXPECT_EQ(pc_.DeviceNotificationCount(), 0u);
-  radio_in_time_.reset();
-  if (ble_api_) radio_->SetCallObserver(nullptr);
-  ble_api_.reset();
+  if (ble_api_) ReleaseBleApi();
   pc_.SetCallObserver(nullptr);
   base::log::RemoveLogSink(sink_);
   looper_.reset();
@@ -113,7 +107,7 @@ void ModuleTest::Start() {
 }
 
 void ModuleTest::ReleaseBleApi() {
-  radio_in_time_.reset();
+  time_->RemoveParticipant(*radio_in_time_);
   radio_->SetCallObserver(nullptr);
   ble_api_.reset();
 }
