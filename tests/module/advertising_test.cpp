@@ -104,7 +104,7 @@ TEST_F(AdvertisingTest, WhatARequestDoesDependsOnTheStatus) {
 TEST_F(AdvertisingTest, ReportsEveryStatus) {
   const std::pair<int, int> cases[] = {{1, 0}, {2, 0}, {2, 0}, {3, -1}, {4, 6}, {99, 2147483647}};
   for (const auto& [status, error] : cases) {
-    EXPECT_THAT(After([&] { ReportStatus(status, error); }),
+    EXPECT_THAT(After([this, s = status, e = error] { ReportStatus(s, e); }),
                 Reads({Changed(status, error), StatusInfo(status, error)}));
   }
 }

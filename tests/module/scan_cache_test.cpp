@@ -72,7 +72,7 @@ TEST_F(ScanCacheTest, KeepsBroadcastsThatCarryTheWatchedUuid) {
   };
   for (const auto& [description, watched, info, kept] : cases) {
     Scan(watched, 0, false);
-    EXPECT_THAT(After([&] { Hear(info); }),
+    EXPECT_THAT(After([this, &heard = info] { Hear(heard); }),
                 Reads(kept ? Lines{std::string(kFound) + "m"} : Lines{}))
         << description;
   }
