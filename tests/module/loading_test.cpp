@@ -1,5 +1,6 @@
 // What comes before the BLE API library is used: Windows version, authenticity gate, loading,
 // binding, initialising.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -107,18 +108,23 @@ const std::pair<std::string, std::string> kFailureLines[] = {
 
 TEST_F(LoadingTest, NeedsAll17Exports) {
   CreateOnOldWindows();
-  std::size_t tried = 0;
+  int tried = 0;
   for (const auto& [name, line] : kFailureLines) {
     SCOPED_TRACE(name);
-    pc_.FailNext("GetProcAddress", 127, 1, static_cast<int>(tried++));
+    const std::string folder = QVS_TEST_LIBRARIES "/without_" + name;
+    pc_.SetExecutablePath(folder + "/host");
     EXPECT_EQ(Init(0), 3);
     const auto lines = Take(kLog | kWindows);
-    Lines errors = {"win GetProcAddress(*\"" + name + "\")", "3 Init: load func failed."};
-    if (!line.empty()) errors.insert(errors.begin() + 1, "3 Init: " + line);
-    EXPECT_THAT(lines, Holds(errors));
-    EXPECT_THAT(lines, Contains(StartsWith("3 ")).Times(errors.size() - 1));
-    EXPECT_THAT(lines, Contains(StartsWith("win GetProcAddress(")).Times(tried));
-    EXPECT_EQ(LoadCount(), 0);
+    Lines errors;
+    std::copy_if(lines.begin(), lines.end(), std::back_inserter(errors),
+                 [](const std::string& found) { return found.starts_with("3 "); });
+    Lines expected = {"3 Init: load func failed."};
+    if (!line.empty()) expected.insert(expected.begin(), "3 Init: " + line);
+    EXPECT_EQ(errors, expected);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](auto& found) { return found.starts_with("win GetProcAddress("); }),
+              ++tried);
+    EXPECT_FALSE(SharedLibrary::IsLoaded(folder + "/plenar_ble_api.dll"));
   }
 }
 
