@@ -8,20 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "tests/windows_calls/last_error.h"
+
 inline simulated_pc::SimulatedPc& Pc() {
   return simulated_pc::SimulatedPc::Get();
 }
 
 constexpr GUID kRadioClass = {
     0x0850302A, 0xB344, 0x4FDA, {0x9B, 0xE9, 0x90, 0x57, 0x6B, 0x8D, 0x46, 0xF0}};
-
-/// The last error of a call that returned null, success for any other result.
-template <typename Result>
-LSTATUS ErrorOf(Result result) {
-  const auto error = static_cast<LSTATUS>(GetLastError());
-  SetLastError(0);  // So that no later call is given this one's error.
-  return result ? ERROR_SUCCESS : error;
-}
 
 /// A PC in its initial state, which is to be left without open handles.
 struct PcTest : testing::Test {

@@ -49,6 +49,7 @@ TEST_F(WindowsTest, AWindowItsMessagesAndTheLastErrorBelongToTheirThread) {
   EXPECT_EQ(Pc().WindowCount(), 1u);
   EXPECT_THAT(Dispatch(), testing::ElementsAre(1, 2));
   EXPECT_TRUE(DestroyWindow(window));
+  EXPECT_EQ(ErrorOf(DestroyWindow(window)), ERROR_INVALID_WINDOW_HANDLE);
   EXPECT_TRUE(UnregisterClassA("Sample", GetModuleHandleA(nullptr)));
   EXPECT_FALSE(Pc().HasWindowClass("Sample"));
 }

@@ -2,14 +2,10 @@
 
 #include <windows.h>
 
-namespace windows_calls {
-
-/// What a call leaves as the thread's last error; 0 if it sets none.
-template <class F>
-DWORD ErrorOf(F call) {
-  SetLastError(ERROR_SUCCESS);
-  static_cast<void>(call());
-  return GetLastError();
+/// The last error of a call that returned null, success for any other result.
+template <typename Result>
+LSTATUS ErrorOf(Result result) {
+  const auto error = static_cast<LSTATUS>(GetLastError());
+  SetLastError(0);  // So that no later call is given this one's error.
+  return result ? ERROR_SUCCESS : error;
 }
-
-}  // namespace windows_calls

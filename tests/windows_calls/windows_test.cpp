@@ -4,16 +4,14 @@
 
 #include <algorithm>
 #include <atomic>
-#include <iterator>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include "last_error.h"
+#include "tests/windows_calls/last_error.h"
 
-namespace windows_calls {
 namespace {
 
 using testing::ElementsAre;
@@ -29,26 +27,21 @@ struct Script {
   LRESULT on_create = 0;
 } script;
 
-bool Matters(UINT message) {
-  constexpr UINT kMattering[] = {WM_NCCREATE,     WM_CREATE, WM_DESTROY, WM_NCDESTROY,
-                                 WM_DEVICECHANGE, kFirst,    kSecond};
-  return std::ranges::find(kMattering, message) != std::end(kMattering);
-}
-
 LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  if (Matters(message)) script.messages.push_back(message);
+  constexpr UINT kMattering[] = {WM_NCCREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY, kFirst, kSecond};
+  if (std::ranges::count(kMattering, message) != 0) script.messages.push_back(message);
   if (message == WM_NCCREATE && script.on_nccreate == FALSE) return FALSE;
   if (message == WM_CREATE) return script.on_create;
   if (message == kFirst || message == kSecond) return 100 + static_cast<LRESULT>(wparam);
   return DefWindowProcA(window, message, wparam, lparam);
 }
 
-WNDCLASSEXA Description() {
+LSTATUS Register(UINT size = sizeof(WNDCLASSEXA)) {
   WNDCLASSEXA description = {};
-  description.cbSize = sizeof(description);
+  description.cbSize = size;
   description.lpfnWndProc = Procedure;
   description.lpszClassName = kClass;
-  return description;
+  return ErrorOf(RegisterClassExA(&description));
 }
 
 HWND Create(const char* name = kClass) {
@@ -63,59 +56,57 @@ bool Dispatch() {
   return true;
 }
 
-class Windows : public testing::Test {
- protected:
-  void SetUp() override {
-    script = Script();
-    const WNDCLASSEXA description = Description();
-    ASSERT_NE(RegisterClassExA(&description), 0);
-  }
-  void TearDown() override { UnregisterClassA(kClass, nullptr); }
-
-  /// What the procedure got since the last time.
-  static std::vector<UINT> Take() { return std::exchange(script.messages, {}); }
-};
-
-TEST_F(Windows, AClassIsRegisteredOnce) {
-  const WNDCLASSEXA again = Description();
-  EXPECT_EQ(RegisterClassExA(&again), 0);
-  EXPECT_EQ(ErrorOf([&] { return RegisterClassExA(&again); }), ERROR_CLASS_ALREADY_EXISTS);
+/// What the procedure got since the last time.
+std::vector<UINT> Take() {
+  return std::exchange(script.messages, {});
 }
 
-TEST_F(Windows, AClassNeedsItsSize) {
-  WNDCLASSEXA description = Description();
-  description.lpszClassName = "QvsOther";
-  description.cbSize = 8;
-  EXPECT_EQ(RegisterClassExA(&description), 0);
-  EXPECT_EQ(ErrorOf([&] { return RegisterClassExA(&description); }), ERROR_INVALID_PARAMETER);
-}
-
-TEST_F(Windows, AClassIsUnregisteredOnceItHasNoWindows) {
-  const HWND window = Create();
-  EXPECT_EQ(ErrorOf([] { return UnregisterClassA(kClass, nullptr); }), ERROR_CLASS_HAS_WINDOWS);
-  DestroyWindow(window);
+TEST(Classes, AreThereOnceAndStayWhileTheyHaveWindows) {
+  EXPECT_EQ(Register(8), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(Register(), ERROR_SUCCESS);
+  EXPECT_EQ(Register(), ERROR_CLASS_ALREADY_EXISTS);
+  const HWND window = Create("QVSCALLStest");
+  ASSERT_NE(window, nullptr) << "in any case";
+  EXPECT_EQ(ErrorOf(UnregisterClassA(kClass, nullptr)), ERROR_CLASS_HAS_WINDOWS);
+  EXPECT_TRUE(DestroyWindow(window));
   EXPECT_TRUE(UnregisterClassA(kClass, nullptr));
-  EXPECT_EQ(ErrorOf([] { return UnregisterClassA(kClass, nullptr); }), ERROR_CLASS_DOES_NOT_EXIST);
+  EXPECT_EQ(ErrorOf(UnregisterClassA(kClass, nullptr)), ERROR_CLASS_DOES_NOT_EXIST);
   EXPECT_EQ(Create(), nullptr);
 }
 
-TEST_F(Windows, AClassIsFoundInAnyCase) {
-  const HWND window = Create("QVSCALLStest");
-  EXPECT_NE(window, nullptr);
-  DestroyWindow(window);
-}
+class Windows : public testing::Test {
+ protected:
+  Windows() {
+    script = Script();
+    EXPECT_EQ(Register(), ERROR_SUCCESS);
+    window_ = Create();
+    EXPECT_THAT(Take(), ElementsAre(WM_NCCREATE, WM_CREATE));
+  }
+  ~Windows() override {
+    DestroyWindow(window_);
+    EXPECT_TRUE(UnregisterClassA(kClass, nullptr));
+  }
 
-TEST_F(Windows, CreationAndDestructionAreToldToTheProcedure) {
-  const HWND window = Create();
-  EXPECT_TRUE(IsWindow(window));
-  EXPECT_THAT(Take(), ElementsAre(WM_NCCREATE, WM_CREATE));
-  EXPECT_TRUE(DestroyWindow(window));
+  HWND window_ = nullptr;
+};
+
+TEST_F(Windows, AreDestroyedOnceAndNotByAnotherThread) {
+  EXPECT_TRUE(IsWindow(window_));
+  std::thread([this] { EXPECT_EQ(ErrorOf(DestroyWindow(window_)), ERROR_ACCESS_DENIED); }).join();
+  EXPECT_TRUE(DestroyWindow(window_));
   EXPECT_THAT(Take(), ElementsAre(WM_DESTROY, WM_NCDESTROY));
-  EXPECT_FALSE(IsWindow(window));
-  EXPECT_FALSE(DestroyWindow(window));
+  EXPECT_FALSE(IsWindow(window_));
+  EXPECT_FALSE(DestroyWindow(window_));
 }
 
-TEST_F(Windows, TheProcedureCanRefuseTheWindow) {
+TEST_F(Windows, GoWithTheirThread) {
+  HWND window = nullptr;
+  std::thread([&] { window = Create(); }).join();
+  EXPECT_NE(window, nullptr);
+  EXPECT_FALSE(IsWindow(window));
+}
+
+TEST_F(Windows, CanBeRefusedByTheProcedure) {
   script.on_nccreate = FALSE;
   EXPECT_EQ(Create(), nullptr);
   EXPECT_THAT(Take(), ElementsAre(WM_NCCREATE, WM_NCDESTROY));
@@ -125,105 +116,49 @@ TEST_F(Windows, TheProcedureCanRefuseTheWindow) {
   EXPECT_THAT(Take().back(), WM_NCDESTROY);
 }
 
-TEST_F(Windows, AnotherThreadCannotDestroyIt) {
-  const HWND window = Create();
-  BOOL destroyed = TRUE;
-  DWORD error = ERROR_SUCCESS;
-  std::thread([&] { error = ErrorOf([&] { return destroyed = DestroyWindow(window); }); }).join();
-  EXPECT_FALSE(destroyed);
-  EXPECT_EQ(error, static_cast<DWORD>(ERROR_ACCESS_DENIED));
-  EXPECT_TRUE(DestroyWindow(window));
-}
-
-TEST_F(Windows, GoesWithItsThread) {
-  HWND window = nullptr;
-  std::thread([&] { window = Create(); }).join();
-  EXPECT_FALSE(IsWindow(window));
-}
-
-TEST_F(Windows, PostedMessagesWaitForTheirTurn) {
-  const HWND window = Create();
-  Take();
-  EXPECT_TRUE(PostMessageA(window, kFirst, 0, 0));
-  EXPECT_TRUE(PostMessageA(window, kSecond, 0, 0));
+TEST_F(Windows, PostedMessagesWaitForTheirTurnAndGoWithTheWindow) {
+  for (const UINT message : {kFirst, kSecond}) EXPECT_TRUE(PostMessageA(window_, message, 0, 0));
   EXPECT_THAT(Take(), ElementsAre());
-
   MSG message = {};
-  EXPECT_TRUE(PeekMessageA(&message, window, kSecond, kSecond, PM_NOREMOVE));
+  EXPECT_TRUE(PeekMessageA(&message, window_, kSecond, kSecond, PM_NOREMOVE));
   EXPECT_EQ(message.message, kSecond);
   while (Dispatch()) {
   }
   EXPECT_THAT(Take(), ElementsAre(kFirst, kSecond));
-  DestroyWindow(window);
-}
 
-TEST_F(Windows, PostedMessagesGoWithTheWindow) {
-  const HWND window = Create();
-  PostMessageA(window, kFirst, 0, 0);
-  DestroyWindow(window);
-  Take();
+  PostMessageA(window_, kFirst, 0, 0);
+  DestroyWindow(window_);
   while (Dispatch()) {
   }
-  EXPECT_THAT(Take(), ElementsAre());
-  EXPECT_EQ(ErrorOf([&] { return PostMessageA(window, kFirst, 0, 0); }),
-            ERROR_INVALID_WINDOW_HANDLE);
+  EXPECT_THAT(Take(), ElementsAre(WM_DESTROY, WM_NCDESTROY));
+  EXPECT_EQ(ErrorOf(PostMessageA(window_, kFirst, 0, 0)), ERROR_INVALID_WINDOW_HANDLE);
 }
 
-TEST_F(Windows, SentMessagesAreAnsweredAtOnceOnTheirThread) {
-  const HWND window = Create();
-  EXPECT_EQ(SendMessageA(window, kFirst, 7, 0), 107);
-  DestroyWindow(window);
-}
-
-TEST_F(Windows, SentMessagesOfAnotherThreadAreHandledWhileMessagesAreFetched) {
-  const HWND window = Create();
-  Take();
+TEST_F(Windows, SentMessagesAreHandledAtOnceOrWhileMessagesAreFetched) {
+  EXPECT_EQ(SendMessageA(window_, kFirst, 7, 0), 107);
   std::atomic<LRESULT> answer = 0;
-  std::thread sender([&] { answer = SendMessageA(window, kSecond, 5, 0); });
+  std::thread sender([&] { answer = SendMessageA(window_, kSecond, 5, 0); });
   while (answer == 0) {
-    EXPECT_FALSE(Dispatch());  // it is no message of the queue
+    EXPECT_FALSE(Dispatch()) << "it is no message of the queue";
   }
   sender.join();
   EXPECT_EQ(answer, 105);
-  EXPECT_THAT(Take(), ElementsAre(kSecond));
-  DestroyWindow(window);
+  EXPECT_THAT(Take(), ElementsAre(kFirst, kSecond));
 }
 
-class Notifications : public Windows {
- protected:
-  void SetUp() override {
-    Windows::SetUp();
-    window_ = Create();
-    filter_.dbcc_size = sizeof(filter_);
-    filter_.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
-  }
-  void TearDown() override {
-    DestroyWindow(window_);
-    Windows::TearDown();
-  }
-
-  HWND window_ = nullptr;
-  DEV_BROADCAST_DEVICEINTERFACE_A filter_ = {};
-};
-
-TEST_F(Notifications, AreRegisteredAndUnregisteredOnce) {
-  const HDEVNOTIFY notification =
-      RegisterDeviceNotificationA(window_, &filter_, DEVICE_NOTIFY_WINDOW_HANDLE);
-  ASSERT_NE(notification, nullptr);
-  EXPECT_TRUE(UnregisterDeviceNotification(notification));
-}
-
-TEST_F(Notifications, AreForAWindow) {
-  EXPECT_EQ(RegisterDeviceNotificationA(nullptr, &filter_, DEVICE_NOTIFY_WINDOW_HANDLE), nullptr);
+TEST_F(Windows, NotificationsAreForAWindowAndOutliveIt) {
+  DEV_BROADCAST_DEVICEINTERFACE_A filter = {};
+  filter.dbcc_size = sizeof(filter);
+  filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
+  const auto add = [&filter](HWND window) {
+    return RegisterDeviceNotificationA(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+  };
+  EXPECT_EQ(add(nullptr), nullptr);
   EXPECT_FALSE(UnregisterDeviceNotification(nullptr));
-}
-
-TEST_F(Notifications, OutliveTheirWindow) {
-  const HDEVNOTIFY notification =
-      RegisterDeviceNotificationA(window_, &filter_, DEVICE_NOTIFY_WINDOW_HANDLE);
+  EXPECT_TRUE(UnregisterDeviceNotification(add(window_)));
+  const HDEVNOTIFY notification = add(window_);
   DestroyWindow(window_);
   EXPECT_TRUE(UnregisterDeviceNotification(notification));
 }
 
 }  // namespace
-}  // namespace windows_calls
