@@ -10,7 +10,7 @@ namespace qvs_test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Contains, testing::StartsWith;
+using testing::Contains;
 
 constexpr char kPath[] = "6 CheckSignature: full path: *plenar_ble_api.dll, dir:*\\";
 
