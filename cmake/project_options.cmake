@@ -32,8 +32,13 @@ set(CMAKE_INSTALL_RPATH "$ORIGIN")
 # get them.
 add_library(qvs_options INTERFACE)
 if(MSVC)
-  target_compile_options(qvs_options INTERFACE /W4 /WX /permissive- /utf-8 /EHsc)
+  # C4251 and C4275 are about classes of the standard library in exported ones: whoever loads these
+  # libraries is built with the same compiler and run-time library.
+  target_compile_options(qvs_options INTERFACE
+    /W4 /WX /permissive- /utf-8 /EHsc /wd4251 /wd4275 /d1trimfile:${PROJECT_SOURCE_DIR}/)
 else()
+  # No path of the machine that built them stands in the binaries.
+  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
   target_compile_options(qvs_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
     -Wnon-virtual-dtor -Woverloaded-virtual -Werror)

@@ -10,6 +10,7 @@ set(rooms
   services/implement/windows_ble/generated
   services/implement/windows_ble/src/windows
   services/implement/windows_ble/src
+  companions/plenar_base/include
   companions/plenar_base/control
   companions/plenar_base
   companions/plenar_ble_api/control
@@ -28,8 +29,9 @@ set(services/implement/windows_ble/src/windows_may
 set(services/implement/windows_ble/src_may
   framework platform services/implement/windows_ble/generated
   services/implement/windows_ble/src/windows)
-set(companions/plenar_base/control_may platform)
-set(companions/plenar_base_may platform companions/plenar_base/control compat/non_windows/control)
+set(companions/plenar_base/include_may platform)
+set(companions/plenar_base/control_may platform companions/plenar_base/include)
+set(companions/plenar_base_may platform companions/plenar_base/include compat/non_windows/control)
 set(companions/plenar_ble_api/control_may platform)
 set(companions/plenar_ble_api_may platform companions/plenar_ble_api/control)
 set(compat/non_windows/control_may)
@@ -37,11 +39,12 @@ set(compat/non_windows_may compat/non_windows/control)
 set(host_may
   platform framework/service.h
   services/implement/windows_ble/generated/windows_ble_service_ids.h
-  companions/plenar_base/control companions/plenar_ble_api/control compat/non_windows/control)
+  companions/plenar_base/include companions/plenar_base/control companions/plenar_ble_api/control
+  compat/non_windows/control)
 
 # Where an included name may be found.
 set(include_roots
-  . platform companions/plenar_base/control companions/plenar_ble_api/control
+  . platform companions/plenar_base/include companions/plenar_base/control companions/plenar_ble_api/control
   compat/non_windows/control)
 
 set(platform_macro

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include <plenar_base/main_looper.h>
-#include <plenar_base/plenar_base_export.h>
 #include <plenar_base/time_source.h>
 
 namespace base::time {
@@ -30,7 +29,7 @@ class SimulatedTimeParticipant {
 /// thread; everything else belongs to the main looper thread.
 ///
 /// Use: make one, `SetTimeSource` it, make a `MainLooperScope`, then `RunFor`.
-class PLENAR_BASE_EXPORT SimulatedTime final : public TimeSource {
+class SimulatedTime final : public TimeSource {
  public:
   explicit SimulatedTime(std::uint64_t wall_seconds = 1'700'000'000);
 
