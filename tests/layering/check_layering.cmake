@@ -31,7 +31,7 @@ set(services/implement/windows_ble/src_may
   services/implement/windows_ble/src/windows)
 set(companions/plenar_base/include_may platform)
 set(companions/plenar_base/control_may platform companions/plenar_base/include)
-set(companions/plenar_base_may platform companions/plenar_base/include compat/non_windows/control)
+set(companions/plenar_base_may platform companions/plenar_base/include)
 set(companions/plenar_ble_api/control_may platform)
 set(companions/plenar_ble_api_may platform companions/plenar_ble_api/control)
 set(compat/non_windows/control_may)

@@ -1,20 +1,11 @@
 #include "threading/loop_waiter.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 
-#include <simulated_pc/message_waker.h>
-
 namespace base::threading {
-namespace {
-
-/// The one that exists, for the simulated PC to wake.
-std::atomic<LoopWaiter*> current{nullptr};
-
-}  // namespace
 
 class LoopWaiter::Impl {
  public:
@@ -23,15 +14,9 @@ class LoopWaiter::Impl {
   bool woken = false;
 };
 
-LoopWaiter::LoopWaiter() : impl_(std::make_unique<Impl>()) {
-  current = this;
-  simulated_pc::SetMessageWaker([] { current.load()->Wake(); });
-}
+LoopWaiter::LoopWaiter() : impl_(std::make_unique<Impl>()) {}
 
-LoopWaiter::~LoopWaiter() {
-  simulated_pc::SetMessageWaker(nullptr);
-  current = nullptr;
-}
+LoopWaiter::~LoopWaiter() = default;
 
 void LoopWaiter::Wake() noexcept {
   {

@@ -9,8 +9,7 @@ namespace simulated_pc {
 /// Throws `Win32Error` if there is no such window.
 [[nodiscard]] Window& FindWindow(PcState& pc, HWND window);
 
-/// Queues a message for a window's thread, or for the calling one if `window` is null. The waker is
-/// the caller's to call, unlocked.
+/// Queues a message for a window's thread, or for the calling one if `window` is null.
 void PostLocked(PcState& pc, HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 
 /// Removes a window, the messages that wait for it included.
@@ -32,8 +31,5 @@ void CompleteSentMessages(LockedPc& pc, Predicate predicate) {
   }
   pc.NotifySentMessage();
 }
-
-/// Calls the message waker. Not to be called with the lock.
-void WakeMessageLoop();
 
 }  // namespace simulated_pc

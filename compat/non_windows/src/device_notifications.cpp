@@ -49,7 +49,6 @@ void SimulatedPc::NotifyDeviceChange(std::uintptr_t wparam) {
   const auto notify =
       wparam == DBT_DEVNODES_CHANGED ? NotifyTopLevelWindows : NotifyRegisteredWindows;
   notify(*LockedPc(), wparam);
-  WakeMessageLoop();
 }
 
 std::size_t SimulatedPc::DeviceNotificationCount() const {

@@ -1,5 +1,3 @@
-#include <simulated_pc/message_waker.h>
-
 #include <algorithm>
 
 #include "desktop.h"
@@ -7,10 +5,6 @@
 
 namespace simulated_pc {
 namespace {
-
-/// Held while the waker runs, so that a removed one is not running any more.
-constinit std::mutex waker_mutex;
-constinit MessageWaker current_waker = nullptr;
 
 /// For `PeekMessageA`: messages to no window only.
 const auto kThreadMessagesOnly = reinterpret_cast<HWND>(static_cast<LONG_PTR>(-1));
@@ -40,9 +34,6 @@ bool HandleSentMessage(LockedPc& pc) {
 LRESULT SendToOtherThread(LockedPc& pc, ThreadId thread, SentMessage message) {
   pc->desktop.queues[thread].sent.push_back(&message);
   pc.NotifySentMessage();
-  pc.Unlock();
-  WakeMessageLoop();
-  pc.Lock();
   while (!message.done) {
     if (!HandleSentMessage(pc)) pc.WaitForSentMessage();
   }
@@ -56,16 +47,6 @@ bool IsWanted(const MSG& message, HWND window, UINT first, UINT last) {
 }
 
 }  // namespace
-
-void SetMessageWaker(MessageWaker waker) {
-  const std::lock_guard lock(waker_mutex);
-  current_waker = waker;
-}
-
-void WakeMessageLoop() {
-  const std::lock_guard lock(waker_mutex);
-  if (current_waker != nullptr) current_waker();
-}
 
 void PostLocked(PcState& pc, HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   const ThreadId thread = window != nullptr ? FindWindow(pc, window).thread : CurrentThread();
@@ -115,7 +96,6 @@ STAND_IN BOOL PostMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lpar
   return StandInCall("PostMessageA", window, message, wparam, lparam).Run(FALSE, [&] {
     if (window == nullptr) DropCurrentThreadAtExit();
     PostLocked(*LockedPc(), window, message, wparam, lparam);
-    WakeMessageLoop();
     return TRUE;
   });
 }

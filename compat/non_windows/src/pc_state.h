@@ -122,8 +122,8 @@ struct PcState {
   std::uintptr_t last_handle = 0x10000;
 };
 
-/// The state of the one simulated PC, locked. Window procedures, observers and the message waker
-/// are called without the lock.
+/// The state of the one simulated PC, locked. Window procedures and observers are called without
+/// the lock.
 class LockedPc {
  public:
   LockedPc();

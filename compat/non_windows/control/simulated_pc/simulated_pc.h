@@ -35,7 +35,7 @@ class SIMULATED_PC_EXPORT SimulatedPc {
 
   /// Back to the initial state: Windows 10.0.19045, radio on, one discoverable device, the folder
   /// of the real executable, no failures, no observer. Windows, classes, notifications and handles
-  /// are dropped; loaded libraries and the message waker stay.
+  /// are dropped; loaded libraries stay.
   void Reset();
 
   /// Called on the calling thread at the start of every stand-in call, with its arguments in words.
@@ -58,7 +58,8 @@ class SIMULATED_PC_EXPORT SimulatedPc {
   void FailNext(CallName call, std::uint32_t last_error, int times = 1, int skip = 0);
 
   /// Posts a device-change message to every window that is registered for device notifications,
-  /// or, with wParam 7 (device nodes changed), to every top-level window, as the system does.
+  /// or, with wParam 7 (device nodes changed), to every top-level window, as the system does. The
+  /// window's thread handles it when it next polls its messages.
   void NotifyDeviceChange(std::uintptr_t wparam);
 
   // What exists now.
