@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <iostream>
+#include <memory>
 
 #include <plenar_base/main_looper.h>
 
@@ -29,11 +30,12 @@ int main() {
   auto* const service = create(ble::kServiceName);
   if (service == nullptr) return 1;
 
-  const auto arguments = base::variant::MakeVariant();
+  const auto arguments = std::make_shared<base::variant::Variant>();
   arguments->Set("need_check_discoverable", base::variant::Variant(false));
-  const auto future = service->Call(ble::method::kCheckBleState, arguments);
+  auto future = service->Call(ble::method::kCheckBleState, arguments);
   std::cout << "state: " << future->Value()->Get("ret").AsInt32() << std::endl;
 
+  future.reset();  // its code, and that of its value, is the module's
   destroy(service);
   looper.RunUntilIdle();  // what the module has posted must not outlive its code
   FreeLibrary(module);

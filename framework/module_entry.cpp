@@ -14,7 +14,7 @@ extern "C" {
 QVS_WINDOWS_BLE_EXPORT IService* QVCreateService(const char* service_name) {
   if (service_name == nullptr) return nullptr;
   IService* service = nullptr;
-  Swallow([&] { service = ServiceFactory<>::GetInstance().Create(service_name); });
+  Swallow([&] { service = ServiceFactory<>::GetInstance()->Create(service_name); });
   if (service != nullptr) Swallow([&] { service->InitService(); });
   return service;
 }

@@ -9,9 +9,10 @@
 /// The whole interface between a host and the module. The host loads the module, resolves
 /// `QVCreateService` and `QVDestroyService` by name, and calls the services that it is given.
 ///
-/// Everything here happens on the main looper thread, the unloading of the module too. A host that
-/// unloads it first gives back every service and lets the main looper run once, since tasks that
-/// the module posted must not outlive its code. Futures, results and payloads may.
+/// Everything here happens on the main looper thread, the unloading of the module too. Nothing that
+/// the module made may outlive its code: a host that unloads it first gives back every service,
+/// lets the main looper run once (tasks that the module posted) and lets go of every future, result
+/// and payload.
 namespace quorvel_service {
 
 /// The host's receiver of events. Owned by the host, which removes it from the service before it

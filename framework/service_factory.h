@@ -24,10 +24,10 @@ class ServiceFactory {
 
   /// The one factory. Never destroyed: services unregister during static destruction, in whatever
   /// order that happens.
-  static ServiceFactory& GetInstance() {
+  static ServiceFactory* GetInstance() {
     static ServiceFactory* instance = nullptr;
     if (instance == nullptr) instance = new ServiceFactory;
-    return *instance;
+    return instance;
   }
 
   /// False, and nothing is stored, for an empty creator or a name that is already registered.

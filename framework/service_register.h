@@ -27,10 +27,10 @@ class ServiceRegister {
 
   struct Registrar {
     Registrar() {
-      Swallow([] { Factory::GetInstance().Register(T::ServiceName(), &Create); });
+      Swallow([] { Factory::GetInstance()->Register(T::ServiceName(), &Create); });
     }
     ~Registrar() {
-      Swallow([] { Factory::GetInstance().Unregister(T::ServiceName()); });
+      Swallow([] { Factory::GetInstance()->Unregister(T::ServiceName()); });
     }
   };
 

@@ -30,9 +30,7 @@ Service::~Service() {
 }
 
 std::int32_t Service::Call(std::uint64_t method, const base::variant::Variant& arguments) {
-  const auto packed = base::variant::MakeVariant();
-  *packed = arguments;
-  const auto future = service_->Call(method, packed);
+  const auto future = service_->Call(method, std::make_shared<base::variant::Variant>(arguments));
   const auto result = future ? future->Value() : nullptr;
   if (!result || !result->Has("ret")) throw HostError("the module has no result for a call");
   return result->Get("ret").AsInt32();

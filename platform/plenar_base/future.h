@@ -111,10 +111,6 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
 
 using VariantFuture = FutureClient<std::shared_ptr<variant::Variant>>;
 
-/// A new pending future whose shared ownership does not depend on the calling library: it may
-/// outlive the library that asked for it. [any thread]
-[[nodiscard]] PLENAR_BASE_EXPORT std::shared_ptr<VariantFuture> MakeVariantFuture();
-
 }  // namespace base::future
 
 #include <plenar_base/future_inl.h>

@@ -63,8 +63,4 @@ class PLENAR_BASE_EXPORT Variant {
       value_;
 };
 
-/// A new empty value whose shared ownership does not depend on the calling library: it may
-/// outlive the library that asked for it. [any thread]
-[[nodiscard]] PLENAR_BASE_EXPORT std::shared_ptr<Variant> MakeVariant();
-
 }  // namespace base::variant

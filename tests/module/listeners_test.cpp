@@ -107,13 +107,21 @@ TEST_F(ListenersTest, MayScanAnewInsideAReportOfDevices) {
   service_->AddListener(&listener_);
   Scan(kUuid, 0, false);
   for (const char* address : {"a", "b", "c"}) Hear(Broadcast(address));
-  // Each change from mode 0 to 1 makes a report, except inside a report: that would have no end.
+  // Each change from mode 0 to 1 makes a report, except inside such a report: that would have no
+  // end.
   listener_.on_event = [&](auto) {
     Scan(kUuid, 0, false);
     Scan(kUuid, 2, false);
   };
   EXPECT_THAT(After([&] { Scan(kUuid, 2, false); }, kEvent),
               Reads({"device_json [*\"a\"*\"b\"*\"c\"*]"}));
+  Scan(kUuid, 0, false);
+  listener_.on_event = [&, first = true](auto) mutable {
+    if (std::exchange(first, false)) Scan(kUuid, 2, false);
+  };
+  GetCache();
+  EXPECT_THAT(After([&] { Hear(Broadcast("d")); }, kEvent),
+              Reads({"device_json [*\"d\"*]", "device_json [*\"d\"*]"}));
 }
 
 TEST_F(ListenersTest, MayTakeBleDown) {

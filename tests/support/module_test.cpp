@@ -12,7 +12,7 @@ namespace qvs_test {
 using base::variant::Variant;
 
 std::shared_ptr<Variant> Args(std::initializer_list<Arg> arguments) {
-  auto made = base::variant::MakeVariant();
+  auto made = std::make_shared<Variant>();
   for (const auto& [key, value] : arguments) made->Set(key, value);
   return made;
 }

@@ -83,7 +83,7 @@ void RecordingSink::Write(const base::log::LogRecord& record) {
 void RecordingListener::OnServiceEvent(std::uint64_t event_id,
                                        const std::shared_ptr<base::variant::Variant>& payload) {
   recorder_.Add(kEvent, (name_.empty() ? "" : name_ + ' ') + EventText(event_id, *payload));
-  last_payload = payload;
+  last_payload = payload.get();
   if (on_event) on_event(event_id);
 }
 

@@ -61,7 +61,7 @@ class RecordingListener final : public quorvel_service::IServiceListener {
                       const std::shared_ptr<base::variant::Variant>& payload) override;
 
   std::function<void(std::uint64_t event_id)> on_event;
-  std::shared_ptr<base::variant::Variant> last_payload;
+  const base::variant::Variant* last_payload = nullptr;  ///< To be told from others only.
 
  private:
   Recorder& recorder_;

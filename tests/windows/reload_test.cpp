@@ -33,7 +33,7 @@ class Reload : public WindowsHostTest {
   }
 
   void Start(std::uint64_t what) {
-    const auto arguments = base::variant::MakeVariant();
+    const auto arguments = std::make_shared<Variant>();
     arguments->Set("start", Variant(true));
     arguments->Set("uuid", Variant(kUuid));
     EXPECT_EQ(Call(what, arguments), 0);

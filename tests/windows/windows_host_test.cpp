@@ -77,7 +77,7 @@ int WindowsHostTest::Call(std::uint64_t method, const std::shared_ptr<Variant>& 
 }
 
 int WindowsHostTest::CheckState(bool need_check_discoverable) {
-  const auto arguments = base::variant::MakeVariant();
+  const auto arguments = std::make_shared<Variant>();
   arguments->Set("need_check_discoverable", Variant(need_check_discoverable));
   return Call(quorvel_service::windows_ble::method::kCheckBleState, arguments);
 }

@@ -132,8 +132,4 @@ const std::string& Variant::AsStr() const noexcept {
   return text != nullptr ? *text : Immortal<const std::string>();
 }
 
-std::shared_ptr<Variant> MakeVariant() {
-  return std::make_shared<Variant>();
-}
-
 }  // namespace base::variant

@@ -37,8 +37,4 @@ std::shared_ptr<FutureExecutor> MainLooperExecutor() {
   return Immortal<Shared>().executor;
 }
 
-std::shared_ptr<VariantFuture> MakeVariantFuture() {
-  return std::make_shared<VariantFuture>();
-}
-
 }  // namespace base::future

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "framework/guard.h"
 #include "framework/log_writer.h"
 #include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 
@@ -38,17 +39,19 @@ constexpr Method kMethods[] = {
      }},
     {windows_ble::method::kStartWatchBroadcast, 76,
      [](Service& service, const Variant& arguments) {
-       return service.StartWatchBroadcast(arguments.Get("start").AsBoolean(),
-                                          arguments.Get("uuid").AsStr(),
-                                          arguments.Get("scan_mode").AsUint32(),
-                                          arguments.Get("continue_callback_enable").AsBoolean(),
-                                          arguments.Get("broadcast_cb_interval").AsUint64());
+       const bool start = arguments.Get("start").AsBoolean();
+       const std::string& uuid = arguments.Get("uuid").AsStr();
+       const std::uint32_t scan_mode = arguments.Get("scan_mode").AsUint32();
+       const bool enable = arguments.Get("continue_callback_enable").AsBoolean();
+       const std::uint64_t interval = arguments.Get("broadcast_cb_interval").AsUint64();
+       return service.StartWatchBroadcast(start, uuid, scan_mode, enable, interval);
      }},
     {windows_ble::method::kStartBroadcast, 89,
      [](Service& service, const Variant& arguments) {
-       return service.StartBroadcast(arguments.Get("start").AsBoolean(),
-                                     arguments.Get("uuid").AsStr(),
-                                     arguments.Get("custom_data").AsStr());
+       const bool start = arguments.Get("start").AsBoolean();
+       const std::string& uuid = arguments.Get("uuid").AsStr();
+       const std::string& custom_data = arguments.Get("custom_data").AsStr();
+       return service.StartBroadcast(start, uuid, custom_data);
      }},
     {windows_ble::method::kGetBleScanCache, 99,
      [](Service& service, const Variant&) { return service.GetBleScanCache(); }},
@@ -64,33 +67,37 @@ std::int32_t CallMethod(const Method& method, Service& service, const Variant& a
 }
 
 std::shared_ptr<VariantFuture> Completed(std::shared_ptr<Variant> value, int line) {
-  auto future = base::future::MakeVariantFuture();
+  auto future = std::make_shared<VariantFuture>();
   future->SetValue(std::move(value), 0, Location(__FILE__, line));
   return future;
 }
 
 }  // namespace
 
-void WindowsBleServiceNotifier::NotifyState(std::int32_t state) {
-  Notify(windows_ble::event::kState, "state", Variant(state));
+template <class Value>
+void WindowsBleServiceNotifier::Notify(std::uint64_t event_id, const char* name,
+                                       const Value& value) noexcept {
+  Swallow([&] {
+    const auto payload = std::make_shared<Variant>();
+    payload->Set(name, Variant(value));
+    service_->NotifyEvent(event_id, payload);
+  });
 }
 
-void WindowsBleServiceNotifier::NotifyStatusInfo(const std::string& status_info) {
-  Notify(windows_ble::event::kStatusInfo, "status_info", Variant(status_info));
+void WindowsBleServiceNotifier::NotifyState(std::int32_t state) noexcept {
+  Notify(windows_ble::event::kState, "state", state);
 }
 
-void WindowsBleServiceNotifier::NotifyRetryInfo(const std::string& retry_info) {
-  Notify(windows_ble::event::kRetryInfo, "retry_info", Variant(retry_info));
+void WindowsBleServiceNotifier::NotifyStatusInfo(const std::string& status_info) noexcept {
+  Notify(windows_ble::event::kStatusInfo, "status_info", status_info);
 }
 
-void WindowsBleServiceNotifier::NotifyDeviceJson(const std::string& device_json) {
-  Notify(windows_ble::event::kDeviceJson, "device_json", Variant(device_json));
+void WindowsBleServiceNotifier::NotifyRetryInfo(const std::string& retry_info) noexcept {
+  Notify(windows_ble::event::kRetryInfo, "retry_info", retry_info);
 }
 
-void WindowsBleServiceNotifier::Notify(std::uint64_t event_id, const char* name, Variant value) {
-  const auto payload = base::variant::MakeVariant();
-  payload->Set(name, std::move(value));
-  service_->NotifyEvent(event_id, payload);
+void WindowsBleServiceNotifier::NotifyDeviceJson(const std::string& device_json) noexcept {
+  Notify(windows_ble::event::kDeviceJson, "device_json", device_json);
 }
 
 WindowsBleServiceBase::WindowsBleServiceBase()
@@ -105,17 +112,17 @@ std::string WindowsBleServiceBase::ServiceName() {
 std::shared_ptr<VariantFuture> WindowsBleServiceBase::Call(
     std::uint64_t method_id, const std::shared_ptr<Variant>& arguments) {
   try {
-    auto result = base::variant::MakeVariant();
     const auto* const method = std::find_if(std::begin(kMethods), std::end(kMethods),
                                             [&](const Method& m) { return m.id == method_id; });
     if (method == std::end(kMethods)) {
       QV_LOG_AT(kFatal, "Call", kUnknownMethodLine) << "method id:" << method_id << "not found!";
-      return Completed(std::move(result), kUnknownMethodLine);
+      return Completed(std::make_shared<Variant>(), kUnknownMethodLine);
     }
     // Held here: an event raised inside the operation may make the host drop its own pointer.
     const auto held = arguments;  // NOLINT(performance-unnecessary-copy-initialization)
     const Variant none;
     const std::int32_t ret = CallMethod(*method, *this, held ? *held : none);
+    auto result = std::make_shared<Variant>();
     result->Set("ret", Variant(ret));
     return Completed(std::move(result), method->line);
   } catch (...) {

@@ -9,18 +9,20 @@
 namespace quorvel_service {
 
 /// Raises the service's events: each packs one value into a payload with one member, named as the
-/// event, and hands it to the service's listeners. [main looper]
+/// event, and hands it to the service's listeners. An event for which there is no memory is lost.
+/// [main looper]
 class WindowsBleServiceNotifier {
  public:
   explicit WindowsBleServiceNotifier(ServiceBase* service) noexcept : service_(service) {}
 
-  void NotifyState(std::int32_t state);
-  void NotifyStatusInfo(const std::string& status_info);
-  void NotifyRetryInfo(const std::string& retry_info);
-  void NotifyDeviceJson(const std::string& device_json);
+  void NotifyState(std::int32_t state) noexcept;
+  void NotifyStatusInfo(const std::string& status_info) noexcept;
+  void NotifyRetryInfo(const std::string& retry_info) noexcept;
+  void NotifyDeviceJson(const std::string& device_json) noexcept;
 
  private:
-  void Notify(std::uint64_t event_id, const char* name, base::variant::Variant value);
+  template <class Value>
+  void Notify(std::uint64_t event_id, const char* name, const Value& value) noexcept;
 
   ServiceBase* service_;  // not owned; owns this object
 };

@@ -55,19 +55,19 @@ std::int32_t WindowsBleServiceImpl::GetBleScanCache() {
   return BleWrapper::GetInstance().GetBleScanCache();
 }
 
-void WindowsBleServiceImpl::OnBleStateChanged(std::int32_t state) {
+void WindowsBleServiceImpl::OnBleStateChanged(std::int32_t state) noexcept {
   Notifier().NotifyState(state);
 }
 
-void WindowsBleServiceImpl::OnStatusInfo(const std::string& json) {
+void WindowsBleServiceImpl::OnStatusInfo(const std::string& json) noexcept {
   Notifier().NotifyStatusInfo(json);
 }
 
-void WindowsBleServiceImpl::OnRetryInfo(const std::string& json) {
+void WindowsBleServiceImpl::OnRetryInfo(const std::string& json) noexcept {
   Notifier().NotifyRetryInfo(json);
 }
 
-void WindowsBleServiceImpl::OnDeviceJson(const std::string& json) {
+void WindowsBleServiceImpl::OnDeviceJson(const std::string& json) noexcept {
   Notifier().NotifyDeviceJson(json);
 }
 

@@ -30,10 +30,10 @@ class WindowsBleServiceImpl final : public WindowsBleServiceBase,
                               const std::string& custom_data) override;
   std::int32_t GetBleScanCache() override;
 
-  void OnBleStateChanged(std::int32_t state) override;
-  void OnStatusInfo(const std::string& json) override;
-  void OnRetryInfo(const std::string& json) override;
-  void OnDeviceJson(const std::string& json) override;
+  void OnBleStateChanged(std::int32_t state) noexcept override;
+  void OnStatusInfo(const std::string& json) noexcept override;
+  void OnRetryInfo(const std::string& json) noexcept override;
+  void OnDeviceJson(const std::string& json) noexcept override;
 };
 
 }  // namespace quorvel_service

@@ -67,7 +67,7 @@ class BleWrapper {
   // Adapter and radio state.
   [[nodiscard]] bool CheckBleRadioIsOn() const;
   [[nodiscard]] bool CheckBleRadioIsDiscoverable() const;
-  void ReportRetryInfo(bool is_success, std::int32_t retry_time);
+  void ReportRetryInfo(bool is_success, std::int32_t retry_time) noexcept;
   void CreateMessageWindow();
   void DestroyMessageWindow() noexcept;
   void UnregisterWindowClass() noexcept;
@@ -77,7 +77,7 @@ class BleWrapper {
   // Advertising.
   void RegisterBroadcastPublisherStatusChangedCB();
   std::int32_t InnerStartBroadcast();
-  void DoPublisherStatusChangedInfo(BlePublisherStatus status, BleError err);
+  void DoPublisherStatusChangedInfo(BlePublisherStatus status, BleError err) noexcept;
 
   // Scanning.
   enum WatcherStatus : std::int32_t {
@@ -95,7 +95,7 @@ class BleWrapper {
   // Scan results.
   void RegisterBroadcastReceivedCB();
   void CheckIsGettingCache();
-  void DoScanCallback();
+  void DoScanCallback() noexcept;
 
   bool inited_ = false;     // library loaded and initialised, adapter usable, set-up complete
   std::string watch_uuid_;  // matching itself is `watch_filter_`'s
@@ -129,7 +129,7 @@ class BleWrapper {
   // The host may call any method from inside a report; what would make the same report again, and
   // so go on without end, is left out then.
   bool delivering_retry_info_ = false;
-  bool delivering_device_json_ = false;
+  bool reporting_mode_change_ = false;
 };
 
 }  // namespace quorvel_service

@@ -99,18 +99,18 @@ void BleWrapper::RegisterBroadcastPublisherStatusChangedCB() {
       }));
 }
 
-void BleWrapper::DoPublisherStatusChangedInfo(BlePublisherStatus status, BleError err) {
+void BleWrapper::DoPublisherStatusChangedInfo(BlePublisherStatus status, BleError err) noexcept
+    try {
+  JsonValue info;
+  info.SetJsonObject("status", JsonValue(static_cast<std::int32_t>(status)));
+  info.SetJsonObject("err", JsonValue(static_cast<std::int32_t>(err)));
   if (err == BleError::kPublisherInUse) {
     QV_LOG(kInformation) << "broadcast publisher is used, reset data cache";
     broadcast_data_.clear();
   }
-  if (delegate_ == nullptr) return;
-  Swallow([&] {
-    JsonValue info;
-    info.SetJsonObject("status", JsonValue(static_cast<std::int32_t>(status)));
-    info.SetJsonObject("err", JsonValue(static_cast<std::int32_t>(err)));
-    delegate_->OnStatusInfo(info.ToStyledString(nullptr));
-  });
+  if (delegate_ != nullptr) delegate_->OnStatusInfo(info.ToStyledString(nullptr));
+} catch (...) {
+  QV_LOG_FAILURE(std::current_exception());
 }
 
 }  // namespace quorvel_service

@@ -84,12 +84,9 @@ std::int32_t BleWrapper::GetBleScanCache() noexcept {
   return windows_ble::result::kSuccess;
 }
 
-void BleWrapper::DoScanCallback() {
+void BleWrapper::DoScanCallback() noexcept try {
   const std::uint64_t now = util::time::GetTimestamp();
   if (scan_mode_ == 0) scan_cache_.RemoveExpired(now);
-  // With no receiver the records serve the log lines only.
-  if (delegate_ == nullptr && base::log::GetLogLevel() < kInformation) return;
-
   JsonValue devices(JsonType::kArray);
   for (const auto& [address, device] : scan_cache_) {
     JsonValue record = MakeDeviceRecord(device.item);
@@ -101,11 +98,10 @@ void BleWrapper::DoScanCallback() {
     devices.AddaJsonObject(record);
   }
   if (delegate_ == nullptr) return;
-  const std::string json = devices.ToStyledString(nullptr);
-  delivering_device_json_ = true;
-  Swallow([&] { delegate_->OnDeviceJson(json); });
-  delivering_device_json_ = false;
+  delegate_->OnDeviceJson(devices.ToStyledString(nullptr));
   if (continue_callback_enable_ || scan_mode_ == 1) scan_cache_.Clear();
+} catch (...) {
+  QV_LOG_FAILURE(std::current_exception());
 }
 
 }  // namespace quorvel_service

@@ -30,7 +30,7 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
                        << "continue_callback_enable: " << continue_callback_enable
                        << "broadcast_cb_interval: " << broadcast_cb_interval;
   watch_uuid_ = uuid;
-  watch_filter_.Watch(uuid);
+  watch_filter_.Watch(watch_uuid_);
   if (!start) {
     if (watcher_status_ == kWatcherStarted) {
       watcher_status_ = kWatcherStopping;
@@ -44,8 +44,10 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
 
   continue_callback_enable_ = continue_callback_enable;
   const std::int32_t library_mode = TranslateScanMode(scan_mode);
-  if (scan_mode_ == 0 && library_mode == 1 && !delivering_device_json_) {
+  if (scan_mode_ == 0 && library_mode == 1 && !reporting_mode_change_) {
+    reporting_mode_change_ = true;
     DoScanCallback();  // still by the rules of mode 0
+    reporting_mode_change_ = false;
   }
   scan_mode_ = library_mode;
   broadcast_cb_interval_ = broadcast_cb_interval;

@@ -94,7 +94,7 @@ std::int32_t BleWrapper::CheckBleState(bool report_to_delegate,
     ble_state_ = state;
   }
   if (report_to_delegate && delegate_ != nullptr && old != state) {
-    Swallow([&] { delegate_->OnBleStateChanged(state); });
+    delegate_->OnBleStateChanged(state);
   }
   if (retry_report_pending_ && !delivering_retry_info_) ReportRetryInfo(true, has_retry_time_);
   return state;
@@ -132,21 +132,22 @@ bool BleWrapper::CheckBleRadioIsDiscoverable() const {
   return false;
 }
 
-void BleWrapper::ReportRetryInfo(bool is_success, std::int32_t retry_time) {
+void BleWrapper::ReportRetryInfo(bool is_success, std::int32_t retry_time) noexcept try {
   if (delegate_ == nullptr) {
     QV_LOG(kInformation) << "report failed";
     return;
   }
   QV_LOG(kInformation) << "report success";
+  JsonValue report;
+  report.SetJsonObject("is_success", JsonValue(is_success));
+  report.SetJsonObject("retry_time", JsonValue(retry_time));
+  const std::string json = report.ToStyledString(nullptr);
   delivering_retry_info_ = true;
-  Swallow([&] {
-    JsonValue report;
-    report.SetJsonObject("is_success", JsonValue(is_success));
-    report.SetJsonObject("retry_time", JsonValue(retry_time));
-    delegate_->OnRetryInfo(report.ToStyledString(nullptr));
-  });
+  delegate_->OnRetryInfo(json);
   delivering_retry_info_ = false;
   retry_report_pending_ = false;
+} catch (...) {
+  QV_LOG_FAILURE(std::current_exception());  // the report stays owed
 }
 
 void BleWrapper::CreateMessageWindow() {
