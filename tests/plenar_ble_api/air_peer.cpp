@@ -7,7 +7,7 @@
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
   Journal journal;
-  BleClientSetReceivedBroadcastCB([&](const auto& info) { journal.Note(info.local_name); });
+  BleClientSetReceivedBroadcastCB([&](const auto& info) { journal.Note(TextOf(info)); });
   const bool up = BleInit(0) == 0 && BleClientStartWatchBroadcast() == 0;
   const bool heard = up && Advertise(argv[1]) == 0 && journal.WaitFor(argv[2]);
   BleUnInit();

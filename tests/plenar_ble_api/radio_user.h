@@ -36,10 +36,17 @@ class Journal {
   std::string text_;
 };
 
-/// Advertises `text` as the local name and as company 0x7E51's data. The result of the start.
+/// Advertises `text` as company 0x7E51's data. The result of the start.
 inline int Advertise(const std::string& text) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  BleServerAddDataSection(0x09, bytes, text.size());
   BleServerAddManufacturerData(0x7E51, bytes, text.size());
   return BleServerStartBroadcast();
+}
+
+/// What another one advertises so, with the name of its radio.
+inline std::string TextOf(const BleBroadcastInfo& info) {
+  const auto data = info.manufacturer_data.find(0x7E51);
+  return data == info.manufacturer_data.end()
+             ? ""
+             : std::string(data->second.begin(), data->second.end());
 }

@@ -1,6 +1,5 @@
 #include "air/text.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace plenar_ble {
@@ -12,10 +11,6 @@ constexpr char kLowerDigits[] = "0123456789abcdef";
 void AppendByte(std::uint8_t byte, const char* digits, std::string& out) {
   out += digits[byte >> 4];
   out += digits[byte & 0x0F];
-}
-
-char ToLower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 }  // namespace
@@ -44,11 +39,6 @@ std::string UuidText(std::span<const std::uint8_t, 16> uuid) {
     AppendByte(uuid[uuid.size() - 1 - i], kLowerDigits, text);
   }
   return text;
-}
-
-bool EqualsIgnoringCase(const std::string& a, const std::string& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return ToLower(x) == ToLower(y); });
 }
 
 }  // namespace plenar_ble

@@ -15,7 +15,4 @@ namespace plenar_ble {
 /// "01234567-89ab-cdef-0123-456789abcdef", of the bytes in the air's order: last one first.
 [[nodiscard]] std::string UuidText(std::span<const std::uint8_t, 16> uuid);
 
-/// Whether the texts differ at most in the case of ASCII letters.
-[[nodiscard]] bool EqualsIgnoringCase(const std::string& a, const std::string& b);
-
 }  // namespace plenar_ble

@@ -1,4 +1,4 @@
-#include "radio/library_reference.h"
+#include "radio/library_thread.h"
 
 #include <dlfcn.h>
 

@@ -7,8 +7,7 @@ namespace {
 /// before the statics of whatever was there when the library was loaded: the threads end here and
 /// call into nothing that is destroyed later.
 struct AtUnload {
-  AtUnload() { Radio::Instance(); }
-  ~AtUnload() { Radio::Instance().Clear(); }
+  ~AtUnload() { ActiveRadio().Clear(); }
 };
 
 const AtUnload at_unload;

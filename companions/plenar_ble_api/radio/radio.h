@@ -1,64 +1,83 @@
 #pragma once
 
-#include <functional>
-#include <mutex>
-#include <optional>
+#include <cstdint>
+#include <span>
 
 #include <plenar_ble_api/ble_api.h>
-
-#include "radio/call_script.h"
-#include "radio/library_reference.h"
-#include "radio/publisher.h"
-#include "radio/radio_core.h"
-#include "radio/watcher.h"
+#include <plenar_ble_control/virtual_radio.h>
 
 namespace plenar_ble {
 
-/// The virtual radio: what the exported functions and the control interface work on.
+/// What the library's functions return. The module tells 0 from the rest only.
+enum Result : int {
+  kAccepted = 0,
+  kNotInitialised = 1,
+  kInvalidArgument = 2,
+  kBusy = 3,    ///< The library is being brought up or taken down elsewhere.
+  kNoData = 4,  ///< There is no manufacturer data to advertise.
+  kRefusedBySystem = 5,
+  kFailure = 6,  ///< Out of memory or threads.
+};
+
+/// `CheckState` before `Init`.
+inline constexpr BleError kCheckedBeforeInit{1};
+
+/// The levels of the lines that a radio hands to the log callable.
+enum class LogLevel : int { kError = 3, kInformation = 6 };
+
+/// What the exported functions work on, an operation for each. [any thread, callables included]
 ///
-/// There is one, and it is never destroyed: other libraries' destructors may still call the
-/// functions when this library's have run. It has threads only while it is initialised, and keeps
-/// the library loaded as long as one of them lives. All operations are for any thread, callables
-/// included; taking the radio down from a thread of the library does not wait for the threads, the
-/// next `Init` or `UnInit` from elsewhere does.
+/// 1. Callables run on threads of the library (`StartLibraryThread`, `LibraryThreadScope`), with no
+///    lock held.
+/// 2. A setter that returns on another thread leaves no former callable running (`CallableSlot`).
+///    An empty callable withdraws the former one.
+/// 3. A start of the publisher while it runs takes the new data, and reports its statuses.
+/// 4. Who stops the publisher or the watcher always learns of it, also when nothing ran.
+/// 5. `UnInit` reports a running publisher stopped before it lets go of the callables. When it
+///    returns, no callable but the log callable is running, and none but that is kept. Called on a
+///    thread of the library it does not wait for that thread.
+/// 6. While a thread of the radio lives it keeps the library loaded (`ReferToLibrary`).
+///
+/// A radio is never destroyed: other libraries' destructors may still call the functions when this
+/// library's have run. What an operation throws counts as `kFailure`.
 class Radio {
  public:
-  static Radio& Instance();
+  /// `reserved` is 0.
+  virtual int Init(std::uintptr_t reserved) = 0;
+  virtual void UnInit() = 0;
+  virtual BleError CheckState() = 0;
+  virtual void SetLog(BleLogFunc log) = 0;
 
-  Radio(const Radio&) = delete;
-  Radio& operator=(const Radio&) = delete;
+  /// 0, 1 or 2, for the next start.
+  virtual void SetScanMode(int mode) = 0;
+  virtual void SetReceived(BleReceivedBroadcastCB callback) = 0;
+  virtual void SetStopped(BleStoppedWatchBroadcastCB callback) = 0;
+  virtual int StartWatch() = 0;
+  virtual void StopWatch() = 0;
 
-  Result Init();
-  /// When it returns, no callable but the log callable is running, and none is kept.
-  void UnInit();
-  BleError CheckState();
-  /// Back to the state after loading.
-  void Reset();
-  /// As `Reset`, for the moment when the library is being unloaded.
-  void Clear();
+  /// For the next start; the former data goes.
+  virtual int SetManufacturerData(std::uint16_t company, std::span<const std::uint8_t> data) = 0;
+  virtual void SetStatusChanged(BleStatusChangedCB callback) = 0;
+  virtual int StartBroadcast() = 0;
+  virtual void StopBroadcast() = 0;
 
-  /// Runs `operation` with the lock held.
-  template <typename Operation>
-  auto Locked(const Operation& operation) {
-    const std::scoped_lock lock(core.mutex);
-    return operation();
-  }
+  /// Back to the state after loading, as when the library is about to be unloaded: as `UnInit`
+  /// without a report, and the log callable goes too.
+  virtual void Clear() = 0;
 
-  RadioCore core;
-  Publisher publisher{core};
-  Watcher watcher{core};
-  CallScript script;
-
- private:
-  Radio() = default;
-
-  /// Taken while the radio goes up or down; none when that is under way elsewhere and the caller,
-  /// a thread of the library, may be what is waited for there.
-  std::unique_lock<std::mutex> LockLifecycle();
-  void TakeDown();
-
-  std::mutex lifecycle_mutex_;
-  std::optional<LibraryReference> library_;  // While a thread may be alive.
+ protected:
+  ~Radio() = default;
 };
+
+/// The radio that the exported functions work on.
+[[nodiscard]] Radio& ActiveRadio();
+
+/// The radio over the system's own Bluetooth; null where there is none.
+[[nodiscard]] Radio* SystemRadio();
+
+/// Makes another radio the active one, and clears the one that was. False when the library does not
+/// have it.
+bool SelectRadio(plenar_ble_control::RadioKind kind);
+[[nodiscard]] plenar_ble_control::RadioKind SelectedRadio();
 
 }  // namespace plenar_ble

@@ -7,7 +7,7 @@
 /// they were: locks may be held for ever, and nothing must be touched.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID at_process_end) {
   if (reason == DLL_PROCESS_DETACH && at_process_end == nullptr) {
-    plenar_ble::Radio::Instance().Clear();
+    plenar_ble::ActiveRadio().Clear();
   }
   return TRUE;
 }

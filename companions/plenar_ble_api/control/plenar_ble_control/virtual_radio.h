@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +17,18 @@
 /// module loads the library, loads the library first itself and keeps it loaded.
 namespace plenar_ble_control {
 
-/// What the radio sends to and hears from.
+/// What the library's functions work on.
+enum class RadioKind {
+  kVirtual,  ///< Heard on this machine only.
+  kSystem,   ///< The system's own Bluetooth, where the library has a radio for it.
+};
+
+/// What a function throws that was told to.
+struct ScriptedFailure : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// What the virtual radio sends to and hears from.
 enum class Air {
   kLoopback,   ///< The processes of this machine, over UDP broadcast on the loopback range.
   kInProcess,  ///< Only the devices that were put on the air through this interface.
@@ -40,9 +52,15 @@ struct Advertisement {
 /// All operations are for any thread unless they say otherwise.
 class VirtualRadio {
  public:
-  /// Called on the calling thread at the start of every one of the 17 functions, with the
+  /// Called on the calling thread at the start of every function that the module calls, with the
   /// function's name and its arguments in words ("mode=1"), empty when it has none.
   using CallObserver = std::function<void(std::string_view function, const std::string& arguments)>;
+
+  /// Makes the functions work on another radio, and takes down the one they worked on. False, and
+  /// nothing changes, when the library has none of this kind. After loading it is the system's
+  /// where there is one. What follows is about the virtual radio only.
+  virtual bool SelectRadio(RadioKind kind) = 0;
+  [[nodiscard]] virtual RadioKind SelectedRadio() const = 0;
 
   /// Back to the state after loading: automatic reports without delay, everything succeeds,
   /// loopback air, real time. Callables and settings are dropped, the radio is silent.
@@ -54,11 +72,8 @@ class VirtualRadio {
   /// `std::invalid_argument`. A function whose result is not 0 has no other effect.
   virtual void SetResult(std::string_view function, std::int32_t result) = 0;
 
-  /// The next `times` calls of a function throw `std::runtime_error` out of it.
+  /// The next `times` calls of a function throw `ScriptedFailure` out of it.
   virtual void ThrowFrom(std::string_view function, int times) = 0;
-
-  /// The error that goes with the report of a publisher status (0 initially).
-  virtual void SetStatusError(BlePublisherStatus status, BleError error) = 0;
 
   /// Whether starts and stops are reported by themselves (initially so).
   virtual void SetAutomaticReports(bool automatic) = 0;
@@ -76,7 +91,6 @@ class VirtualRadio {
   /// Puts a device on the in-process air that broadcasts every `interval_ms` while the watcher
   /// runs, for the first time at once; one of the same address is replaced.
   virtual void PutOnAir(const BleBroadcastInfo& device, std::uint64_t interval_ms) = 0;
-  virtual void TakeOffAir(const std::string& address) = 0;
 
   [[nodiscard]] virtual bool IsInitialised() const = 0;
   [[nodiscard]] virtual bool IsWatching() const = 0;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 
@@ -11,7 +10,7 @@
 #include "air/advertising_data.h"
 #include "air/datagram_socket.h"
 #include "radio/callable_slot.h"
-#include "radio/radio_core.h"
+#include "virtual/radio_core.h"
 
 namespace plenar_ble {
 
@@ -27,8 +26,6 @@ class Publisher {
 
   /// Of the following starts; the former data goes.
   Result SetManufacturerData(std::uint16_t company, ByteView data);
-  /// Joins the sections of the following starts, in place of one of the same type.
-  Result SetDataSection(std::uint8_t type, ByteView data);
   Result Start();
   void Stop();
   /// Off the air without a report, and without data.
@@ -48,7 +45,6 @@ class Publisher {
   RadioCore& core_;
   BlePublisherStatus status_ = BlePublisherStatus::kStopped;
   std::optional<plenar_ble_control::Advertisement> manufacturer_data_;
-  std::map<std::uint8_t, Bytes> sections_;
   std::optional<plenar_ble_control::Advertisement> on_air_;
   std::unique_ptr<DatagramSender> sender_;  // While advertising on the loopback air.
 };

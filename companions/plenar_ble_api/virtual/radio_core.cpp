@@ -1,4 +1,4 @@
-#include "radio/radio_core.h"
+#include "virtual/radio_core.h"
 
 #include <string_view>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "radio/scheduler.h"
+#include "virtual/scheduler.h"
 
 #include <algorithm>
 #include <chrono>

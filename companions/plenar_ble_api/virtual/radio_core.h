@@ -1,7 +1,5 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <mutex>
 #include <string>
 
@@ -9,35 +7,15 @@
 #include <plenar_ble_control/virtual_radio.h>
 
 #include "radio/callable_slot.h"
-#include "radio/scheduler.h"
+#include "radio/radio.h"
+#include "virtual/scheduler.h"
 
 namespace plenar_ble {
-
-/// What the library's functions return. The module tells 0 from the rest only.
-enum Result : int {
-  kAccepted = 0,
-  kNotInitialised = 1,
-  kInvalidArgument = 2,
-  kBusy = 3,        ///< The publisher has not stopped, or the library is being taken down.
-  kNoData = 4,      ///< There is no manufacturer data to advertise.
-  kAirNotOpen = 5,  ///< The system refused the socket.
-  kFailure = 6,     ///< Out of memory or threads.
-};
-
-/// `BleCheckState` before `BleInit`.
-inline constexpr BleError kCheckedBeforeInit{1};
-
-enum class LogLevel : int { kError = 3, kInformation = 6 };
 
 /// Whether, when and how starts and stops are reported.
 struct ReportSettings {
   bool automatic = true;
   plenar_ble_control::ReportDelays delays;
-  std::array<BleError, 5> status_errors{};  ///< By publisher status.
-
-  [[nodiscard]] BleError& ErrorOf(BlePublisherStatus status) {
-    return status_errors.at(static_cast<std::size_t>(status));
-  }
 };
 
 /// What the publisher and the watcher share. `mutex` guards everything of the radio's but the

@@ -10,16 +10,15 @@
 #include "air/advertising_data.h"
 #include "air/datagram.h"
 #include "air/loopback_listener.h"
-#include "radio/broadcast_filter.h"
 #include "radio/callable_slot.h"
-#include "radio/radio_core.h"
+#include "virtual/radio_core.h"
 
 namespace plenar_ble {
 
 /// The broadcast watcher. All operations need the core's lock.
 ///
-/// 1. From a start on, the broadcasts of the air that is set then are passed on as they come, if
-///    the filter lets them through. A start while watching changes nothing.
+/// 1. From a start on, the broadcasts of the air that is set then are passed on as they come. A
+///    start while watching changes nothing.
 /// 2. A stop ends that at once, but for a broadcast being passed on, and reports that the watcher
 ///    has stopped, also when it did not run.
 class Watcher {
@@ -31,7 +30,7 @@ class Watcher {
 
   Result Start();
   void Stop();
-  /// As a stop, without a report; the filter and the scan mode go.
+  /// As a stop, without a report; the scan mode goes.
   void TakeDown();
   [[nodiscard]] bool IsWatching() const { return watching_; }
 
@@ -40,7 +39,6 @@ class Watcher {
   void TakeOffAir(const std::string& address);
   void ClearAir();
 
-  BroadcastFilter filter;
   CallableSlot<const BleBroadcastInfo&> received;
   CallableSlot<BleError> stopped;
 

@@ -1,4 +1,4 @@
-#include "radio/watcher.h"
+#include "virtual/watcher.h"
 
 #include <utility>
 
@@ -15,7 +15,7 @@ void Watcher::SetScanMode(int mode) {
 Result Watcher::Start() {
   if (!core_.initialised) return kNotInitialised;
   if (watching_) return kAccepted;
-  if (core_.air == plenar_ble_control::Air::kLoopback && !StartListening()) return kAirNotOpen;
+  if (core_.air == plenar_ble_control::Air::kLoopback && !StartListening()) return kRefusedBySystem;
   watching_ = true;
   core_.Log(LogLevel::kInformation, "watcher starts");
   if (HearsInProcessAir()) {
@@ -37,7 +37,6 @@ void Watcher::Stop() {
 
 void Watcher::TakeDown() {
   Silence();
-  filter = {};
   scan_mode_ = 0;
 }
 
@@ -73,7 +72,6 @@ bool Watcher::StartListening() {
 
 void Watcher::StartHearing(const DevicePtr& device) {
   core_.scheduler.Every(device->interval_ms, device.get(), [this, device](RadioCore::Lock& lock) {
-    if (!filter.Matches(device->info)) return;
     lock.unlock();
     received(device->info);
   });
@@ -95,7 +93,7 @@ void Watcher::OnDatagram(ByteView datagram, const Address& own_address) {
   if (!info) return;
   {
     const std::scoped_lock lock(core_.mutex);
-    if (!watching_ || !filter.Matches(*info)) return;
+    if (!watching_) return;
   }
   received(*info);
 }

@@ -1,4 +1,4 @@
-#include "radio/publisher.h"
+#include "virtual/publisher.h"
 
 #include <string>
 #include <utility>
@@ -18,19 +18,14 @@ Result Publisher::SetManufacturerData(std::uint16_t company, ByteView data) {
   return kAccepted;
 }
 
-Result Publisher::SetDataSection(std::uint8_t type, ByteView data) {
-  if (data.size() > kMaxSectionLength) return kInvalidArgument;
-  sections_[type].assign(data.begin(), data.end());
-  return kAccepted;
-}
-
 Result Publisher::Start() {
   if (!core_.initialised) return kNotInitialised;
   if (status_ != BlePublisherStatus::kStopped) return kBusy;
   if (!manufacturer_data_) return kNoData;
   const Bytes data = AdvertisingData();
   if (data.size() > kMaxAdvertisingDataLength) return kInvalidArgument;
-  if (core_.air == plenar_ble_control::Air::kLoopback && !StartSending(data)) return kAirNotOpen;
+  if (core_.air == plenar_ble_control::Air::kLoopback && !StartSending(data))
+    return kRefusedBySystem;
   on_air_ = manufacturer_data_;
   status_ = BlePublisherStatus::kStarted;
   core_.Log(LogLevel::kInformation, "publisher starts");
@@ -61,7 +56,6 @@ void Publisher::Stop() {
 void Publisher::TakeDown() {
   Silence();
   manufacturer_data_.reset();
-  sections_.clear();
 }
 
 void Publisher::Silence() {
@@ -74,12 +68,9 @@ void Publisher::Silence() {
 
 Bytes Publisher::AdvertisingData() const {
   Bytes data;
-  const auto name_type = static_cast<std::uint8_t>(SectionType::kCompleteLocalName);
-  if (!sections_.contains(name_type)) {
-    const std::string name = OwnLocalName();
-    AppendSection(name_type, Bytes(name.begin(), name.end()), data);
-  }
-  for (const auto& [type, section] : sections_) AppendSection(type, section, data);
+  const std::string name = OwnLocalName();
+  AppendSection(static_cast<std::uint8_t>(SectionType::kCompleteLocalName),
+                Bytes(name.begin(), name.end()), data);
   AppendManufacturerData(manufacturer_data_->company, manufacturer_data_->data, data);
   return data;
 }
@@ -102,9 +93,8 @@ bool Publisher::StartSending(ByteView advertising_data) {
 void Publisher::ReportAfter(std::uint64_t delay, BlePublisherStatus status) {
   core_.scheduler.After(delay, this, [this, status](RadioCore::Lock& lock) {
     status_ = status;
-    const BleError error = core_.reports.ErrorOf(status);
     lock.unlock();
-    status_changed(status, error);
+    status_changed(status, BleError::kNone);
   });
 }
 

@@ -1,0 +1,9 @@
+#include "radio/radio.h"
+
+namespace plenar_ble {
+
+Radio& ActiveRadio() {
+  return *SystemRadio();
+}
+
+}  // namespace plenar_ble

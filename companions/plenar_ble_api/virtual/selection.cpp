@@ -1,0 +1,34 @@
+#include <atomic>
+
+#include "virtual/virtual_radio.h"
+
+namespace plenar_ble {
+namespace {
+
+using plenar_ble_control::RadioKind;
+
+/// The system's radio, where there is one, unless somebody chose.
+std::atomic<Radio*>& Active() {
+  static std::atomic<Radio*> active =
+      SystemRadio() != nullptr ? SystemRadio() : &VirtualRadio::Instance();
+  return active;
+}
+
+}  // namespace
+
+Radio& ActiveRadio() {
+  return *Active();
+}
+
+bool SelectRadio(RadioKind kind) {
+  Radio* const wanted = kind == RadioKind::kSystem ? SystemRadio() : &VirtualRadio::Instance();
+  if (wanted == nullptr) return false;
+  if (Radio* const former = Active().exchange(wanted); former != wanted) former->Clear();
+  return true;
+}
+
+RadioKind SelectedRadio() {
+  return Active() == SystemRadio() ? RadioKind::kSystem : RadioKind::kVirtual;
+}
+
+}  // namespace plenar_ble

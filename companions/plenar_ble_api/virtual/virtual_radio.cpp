@@ -1,0 +1,144 @@
+#include "virtual/virtual_radio.h"
+
+#include <cstddef>
+#include <new>
+#include <utility>
+
+#include "air/text.h"
+
+namespace plenar_ble {
+namespace {
+
+using Lock = RadioCore::Lock;
+
+template <class Callable>
+std::string Describe(const Callable& callable) {
+  return callable ? "callable=set" : "callable=empty";
+}
+
+}  // namespace
+
+VirtualRadio& VirtualRadio::Instance() {
+  alignas(VirtualRadio) static std::byte storage[sizeof(VirtualRadio)];
+  static VirtualRadio* const radio = new (storage) VirtualRadio;
+  return *radio;
+}
+
+int VirtualRadio::Init(std::uintptr_t reserved) {
+  const std::string arguments = "reserved=" + std::to_string(reserved);
+  if (const int told = script_.Begin("BleInit", arguments)) return told;
+  const auto lifecycle = LockLifecycle();
+  if (!lifecycle) return kBusy;
+  if (!library_) library_ = ReferToLibrary();
+  const Lock lock(core_.mutex);
+  core_.scheduler.Start();
+  core_.initialised = true;
+  return kAccepted;
+}
+
+void VirtualRadio::UnInit() {
+  script_.Begin("BleUnInit");
+  const auto lifecycle = LockLifecycle();
+  if (!lifecycle) return;
+  TakeDown();
+  if (!OnLibraryThread()) library_.reset();
+}
+
+BleError VirtualRadio::CheckState() {
+  if (const int told = script_.Begin("BleCheckState")) return BleError{told};
+  const Lock lock(core_.mutex);
+  return core_.initialised ? BleError::kNone : kCheckedBeforeInit;
+}
+
+void VirtualRadio::SetLog(BleLogFunc log) {
+  script_.Begin("BleSetLogFunc", Describe(log));
+  core_.log.Set(std::move(log));
+}
+
+void VirtualRadio::SetScanMode(int mode) {
+  script_.Begin("BleClientSetScanMode", "mode=" + std::to_string(mode));
+  const Lock lock(core_.mutex);
+  watcher_.SetScanMode(mode);
+}
+
+void VirtualRadio::SetReceived(BleReceivedBroadcastCB callback) {
+  script_.Begin("BleClientSetReceivedBroadcastCB", Describe(callback));
+  watcher_.received.Set(std::move(callback));
+}
+
+void VirtualRadio::SetStopped(BleStoppedWatchBroadcastCB callback) {
+  script_.Begin("BleClientSetStoppedWatchBroadcastCB", Describe(callback));
+  watcher_.stopped.Set(std::move(callback));
+}
+
+int VirtualRadio::StartWatch() {
+  if (const int told = script_.Begin("BleClientStartWatchBroadcast")) return told;
+  const Lock lock(core_.mutex);
+  return watcher_.Start();
+}
+
+void VirtualRadio::StopWatch() {
+  script_.Begin("BleClientStopWatchBroadcast");
+  const Lock lock(core_.mutex);
+  watcher_.Stop();
+}
+
+int VirtualRadio::SetManufacturerData(std::uint16_t company, std::span<const std::uint8_t> data) {
+  const std::uint8_t company_bytes[]{static_cast<std::uint8_t>(company >> 8),
+                                     static_cast<std::uint8_t>(company & 0xFF)};
+  const std::string arguments = "company=0x" + HexText(company_bytes) +
+                                " data=" + (data.data() == nullptr ? "null" : HexText(data));
+  if (const int told = script_.Begin("BleServerAddManufacturerData", arguments)) return told;
+  const Lock lock(core_.mutex);
+  return publisher_.SetManufacturerData(company, data);
+}
+
+void VirtualRadio::SetStatusChanged(BleStatusChangedCB callback) {
+  script_.Begin("BleServerSetStatusChangedCB", Describe(callback));
+  publisher_.status_changed.Set(std::move(callback));
+}
+
+int VirtualRadio::StartBroadcast() {
+  if (const int told = script_.Begin("BleServerStartBroadcast")) return told;
+  const Lock lock(core_.mutex);
+  return publisher_.Start();
+}
+
+void VirtualRadio::StopBroadcast() {
+  script_.Begin("BleServerStopBroadcast");
+  const Lock lock(core_.mutex);
+  publisher_.Stop();
+}
+
+void VirtualRadio::Clear() {
+  const auto lifecycle = LockLifecycle();
+  if (!lifecycle) return;
+  TakeDown();
+  core_.log.Set({});
+  script_.Reset();
+  const Lock lock(core_.mutex);
+  core_.scheduler.UseRealTime();
+  core_.air = plenar_ble_control::Air::kLoopback;
+  core_.reports = {};
+  watcher_.ClearAir();
+}
+
+std::unique_lock<std::mutex> VirtualRadio::LockLifecycle() {
+  if (OnLibraryThread()) return std::unique_lock(lifecycle_mutex_, std::try_to_lock);
+  return std::unique_lock(lifecycle_mutex_);
+}
+
+void VirtualRadio::TakeDown() {
+  {
+    Lock lock(core_.mutex);
+    core_.initialised = false;
+    publisher_.TakeDown();
+    watcher_.TakeDown();
+    core_.scheduler.Stop(lock);
+  }
+  publisher_.status_changed.Set({});
+  watcher_.received.Set({});
+  watcher_.stopped.Set({});
+}
+
+}  // namespace plenar_ble
