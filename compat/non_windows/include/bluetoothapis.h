@@ -1,13 +1,12 @@
 #pragma once
 
-#include "windef.h"
+#include <windows.h>
 
 using HBLUETOOTH_RADIO_FIND = HANDLE;
 
 struct BLUETOOTH_FIND_RADIO_PARAMS {
   DWORD dwSize;
 };
-static_assert(sizeof(BLUETOOTH_FIND_RADIO_PARAMS) == 4);
 
 extern "C" {
 

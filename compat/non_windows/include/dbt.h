@@ -1,11 +1,8 @@
 #pragma once
 
-#include "windef.h"
+#include <windows.h>
 
 #define DBT_DEVNODES_CHANGED 0x0007
-#define DBT_DEVICEARRIVAL 0x8000
-#define DBT_DEVICEREMOVECOMPLETE 0x8004
-
 #define DBT_DEVTYP_DEVICEINTERFACE 0x00000005
 
 struct DEV_BROADCAST_DEVICEINTERFACE_A {
@@ -15,4 +12,3 @@ struct DEV_BROADCAST_DEVICEINTERFACE_A {
   GUID dbcc_classguid;
   char dbcc_name[1];
 };
-static_assert(sizeof(DEV_BROADCAST_DEVICEINTERFACE_A) == 32);

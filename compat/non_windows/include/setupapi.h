@@ -1,11 +1,11 @@
 #pragma once
 
-#include "windef.h"
+#include <windows.h>
 
 #define DIGCF_PRESENT 0x00000002
 #define DIGCF_DEVICEINTERFACE 0x00000010
 
-using HDEVINFO = PVOID;
+using HDEVINFO = void*;
 
 struct SP_DEVINFO_DATA {
   DWORD cbSize;
@@ -13,18 +13,17 @@ struct SP_DEVINFO_DATA {
   DWORD DevInst;
   ULONG_PTR Reserved;
 };
-using PSP_DEVINFO_DATA = SP_DEVINFO_DATA*;
-static_assert(sizeof(SP_DEVINFO_DATA) == 32);
 
 extern "C" {
 
-SIMULATED_PC_EXPORT HDEVINFO WINAPI SetupDiGetClassDevsA(const GUID* class_guid, PCSTR enumerator,
-                                                         HWND parent, DWORD flags);
+SIMULATED_PC_EXPORT HDEVINFO WINAPI SetupDiGetClassDevsA(const GUID* class_guid,
+                                                         const char* enumerator, HWND parent,
+                                                         DWORD flags);
 SIMULATED_PC_EXPORT BOOL WINAPI SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index,
-                                                      PSP_DEVINFO_DATA device);
-SIMULATED_PC_EXPORT BOOL WINAPI SetupDiGetDeviceInstanceIdA(HDEVINFO set, PSP_DEVINFO_DATA device,
-                                                            PSTR instance_id, DWORD size,
-                                                            PDWORD required_size);
+                                                      SP_DEVINFO_DATA* device);
+SIMULATED_PC_EXPORT BOOL WINAPI SetupDiGetDeviceInstanceIdA(HDEVINFO set, SP_DEVINFO_DATA* device,
+                                                            char* instance_id, DWORD size,
+                                                            DWORD* required_size);
 SIMULATED_PC_EXPORT BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO set);
 
 }  // extern "C"

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "windef.h"
+#include <windows.h>
 
-extern "C" {
-
-SIMULATED_PC_EXPORT BOOL WINAPI PathRemoveFileSpecW(LPWSTR path);
-
-}  // extern "C"
+extern "C" SIMULATED_PC_EXPORT BOOL WINAPI PathRemoveFileSpecW(wchar_t* path);

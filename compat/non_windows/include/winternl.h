@@ -1,6 +1,6 @@
 #pragma once
 
-#include "windef.h"
+#include <windows.h>
 
 struct RTL_OSVERSIONINFOW {
   DWORD dwOSVersionInfoSize;
@@ -8,12 +8,8 @@ struct RTL_OSVERSIONINFOW {
   DWORD dwMinorVersion;
   DWORD dwBuildNumber;
   DWORD dwPlatformId;
-  WCHAR szCSDVersion[128];
+  wchar_t szCSDVersion[128];
 };
 using PRTL_OSVERSIONINFOW = RTL_OSVERSIONINFOW*;
 
-extern "C" {
-
-SIMULATED_PC_EXPORT NTSTATUS NTAPI RtlGetVersion(PRTL_OSVERSIONINFOW information);
-
-}  // extern "C"
+extern "C" SIMULATED_PC_EXPORT NTSTATUS NTAPI RtlGetVersion(PRTL_OSVERSIONINFOW information);

@@ -1,13 +1,24 @@
 #include <simulated_pc/simulated_pc.h>
 
+#include <algorithm>
 #include <utility>
 
-#include "desktop.h"
 #include "pc_state.h"
 #include "stand_in_call.h"
 
 namespace simulated_pc {
 namespace {
+
+struct SharedState {
+  std::mutex mutex;
+  PcState state;
+};
+
+/// Never destroyed: other libraries make calls while the process ends.
+SharedState& Shared() {
+  static SharedState& shared = *new SharedState;
+  return shared;
+}
 
 Device UsualDevice(bool discoverable) {
   const std::uint8_t scan_enable = discoverable ? 1 : 3;
@@ -17,7 +28,67 @@ Device UsualDevice(bool discoverable) {
 
 }  // namespace
 
-Machine::Machine() : devices{UsualDevice(true)} {}
+PcState::PcState() : devices{UsualDevice(true)} {}
+
+LockedPc::LockedPc() : state_(Shared().state), lock_(Shared().mutex) {}
+
+// ---- The frame of the stand-in calls ----
+
+DWORD& StandInCall::ThreadError() noexcept {
+  thread_local DWORD error = ERROR_SUCCESS;
+  return error;
+}
+
+bool StandInCall::IsObserved() {
+  return LockedPc()->observer != nullptr;
+}
+
+void StandInCall::Observe(CallName name, const std::string& arguments) {
+  const auto observer = LockedPc()->observer;
+  if (observer == nullptr) return;
+  // The observer may make calls itself; the observed program must not see their errors.
+  const DWORD error = ThreadError();
+  (*observer)(name, arguments);
+  ThreadError() = error;
+}
+
+DWORD StandInCall::TakeFailure(CallName name) {
+  const LockedPc pc;
+  const auto found = pc->failures.find(name);
+  if (found == pc->failures.end()) return ERROR_SUCCESS;
+  Failure& failure = found->second.front();
+  if (failure.skip > 0) {
+    --failure.skip;
+    return ERROR_SUCCESS;
+  }
+  const DWORD error = failure.error;
+  if (--failure.times == 0) found->second.pop_front();
+  if (found->second.empty()) pc->failures.erase(found);
+  return error;
+}
+
+void StandInCall::Write(std::ostream& out, const char* text) {
+  if (text == nullptr) {
+    out << "null";
+  } else {
+    out << '"' << text << '"';
+  }
+}
+
+void StandInCall::Write(std::ostream& out, const void* pointer) {
+  if (pointer == nullptr) {
+    out << "null";
+  } else {
+    out << pointer;
+  }
+}
+
+STAND_IN DWORD GetLastError() {
+  static_cast<void>(StandInCall("GetLastError"));
+  return StandInCall::ThreadError();
+}
+
+// ---- The control interface ----
 
 SimulatedPc& SimulatedPc::Get() noexcept {
   static constinit SimulatedPc pc;
@@ -25,27 +96,35 @@ SimulatedPc& SimulatedPc::Get() noexcept {
 }
 
 void SimulatedPc::Reset() {
-  DropHooks();
-  LockedPc pc;
-  CompleteSentMessages(pc, [](const SentMessage&) { return true; });
-  pc->machine = Machine();
-  pc->desktop = Desktop();
-  pc->objects.clear();
+  PcState initial;
+  const LockedPc pc;
+  std::swap(initial, *pc);
+  pc->libraries = std::move(initial.libraries);
+  pc->last_handle = initial.last_handle;
+}
+
+void SimulatedPc::SetCallObserver(CallObserver observer) {
+  auto shared = observer ? std::make_shared<const CallObserver>(std::move(observer)) : nullptr;
+  LockedPc()->observer.swap(shared);
+}
+
+void SimulatedPc::FailNext(CallName call, std::uint32_t last_error, int times, int skip) {
+  if (times > 0) LockedPc()->failures[std::string(call)].push_back({last_error, times, skip});
 }
 
 void SimulatedPc::SetWindowsVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t build) {
   const LockedPc pc;
-  pc->machine.major = major;
-  pc->machine.minor = minor;
-  pc->machine.build = build;
+  pc->major = major;
+  pc->minor = minor;
+  pc->build = build;
 }
 
 void SimulatedPc::SetRadioOn(bool on) {
-  LockedPc()->machine.radio_on = on;
+  LockedPc()->radio_on = on;
 }
 
 void SimulatedPc::SetDevices(std::vector<Device> devices) {
-  LockedPc()->machine.devices = std::move(devices);
+  LockedPc()->devices = std::move(devices);
 }
 
 void SimulatedPc::SetDiscoverable(bool discoverable) {
@@ -53,11 +132,32 @@ void SimulatedPc::SetDiscoverable(bool discoverable) {
 }
 
 void SimulatedPc::SetExecutablePath(std::string path) {
-  LockedPc()->machine.executable_path = std::move(path);
+  LockedPc()->executable_path = std::move(path);
+}
+
+std::size_t SimulatedPc::WindowCount() const {
+  return LockedPc()->desktop.windows.size();
+}
+
+bool SimulatedPc::HasWindowClass(const std::string& name) const {
+  return LockedPc()->desktop.classes.contains(name);
+}
+
+std::size_t SimulatedPc::DeviceNotificationCount() const {
+  return LockedPc()->desktop.notifications.size();
 }
 
 std::size_t SimulatedPc::OpenHandleCount() const {
   return LockedPc()->objects.size();
+}
+
+int SimulatedPc::LibraryLoadCount(const std::string& file_name) const {
+  const LockedPc pc;
+  int count = 0;
+  for (const auto& [module, library] : pc->libraries) {
+    if (library.file_name == file_name) count += library.load_count;
+  }
+  return count;
 }
 
 }  // namespace simulated_pc
