@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstddef>
+#include <new>
+
 /// The one `T` of the process, made on first use and never destroyed: safe to use from static
-/// destructors and from threads that outlive `main`.
+/// destructors and from threads that outlive `main`. Takes no memory but what `T()` takes.
 template <class T>
 T& Immortal() {
-  static T& object = *new T();
+  alignas(T) static std::byte memory[sizeof(T)];
+  static T& object = *new (memory) T();
   return object;
 }

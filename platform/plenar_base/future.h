@@ -59,14 +59,10 @@ class StateHolder {
   explicit StateHolder(State initial) : state_(initial) {}
   ~StateHolder() = default;
 
-  /// Changes `expected` into `desired` and runs `with_change` under the same lock; false if the
-  /// state was another.
-  template <class F>
-  bool CompareAndSet(State expected, State desired, F&& with_change) {
-    std::lock_guard lock(mutex_);
+  /// Changes `expected` into `desired`; false if the state was another. With the mutex held.
+  bool CompareAndSet(State expected, State desired) {
     if (state_ != expected) return false;
     state_ = desired;
-    std::forward<F>(with_change)();
     return true;
   }
 
@@ -91,21 +87,25 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
   /// Attaches the one continuation, and the executor that runs it (null: it runs inline). On a
   /// future that is already complete it is run, or posted, at once. Runs at most once; what it
   /// throws is swallowed. A second continuation is ignored.
+  ///
+  /// If the executor's post throws, that passes out of the call that posts, the value and the
+  /// continuation stay, and the next `Then` posts again.
   void Then(Continuation continuation, std::shared_ptr<FutureExecutor> executor, Location location);
 
   /// The value; a default-made one while there is none.
   [[nodiscard]] T Value() const;
 
  private:
-  void CallThenFuncIfAvailable(Location location);
-  void RunContinuation();
+  void CallThenFuncIfAvailable(std::unique_lock<std::mutex> lock, Location location);
+  void Post(Location location);
+  void Run(const Continuation& continuation) const;
 
   std::variant<std::monostate, std::exception_ptr, T> value_;
   std::uint64_t delay_ms_ = 0;
   Continuation continuation_;
   std::shared_ptr<FutureExecutor> executor_;
   std::array<FutureExecutor::TaskId, 2> posted_{};
-  bool claimed_ = false;  ///< Somebody has run or posted the continuation, or is about to.
+  bool claimed_ = false;  // somebody has run or posted the continuation, or is about to
   bool destroyed_ = false;
 };
 

@@ -9,8 +9,8 @@ FutureClient<T>::~FutureClient() {
   {
     std::lock_guard lock(mutex_);
     destroyed_ = true;
+    if (!CompareAndSet(FutureState::kPending, FutureState::kGivenUp)) return;
   }
-  if (!CompareAndSet(FutureState::kPending, FutureState::kGivenUp, [] {})) return;
   if (!continuation_ || !executor_) return;
   for (const FutureExecutor::TaskId id : posted_) {
     if (id == 0) continue;
@@ -23,24 +23,23 @@ FutureClient<T>::~FutureClient() {
 
 template <class T>
 bool FutureClient<T>::SetValue(T value, std::uint64_t delay_ms, Location location) {
-  const bool was_pending = CompareAndSet(FutureState::kPending, FutureState::kValueSet, [&] {
-    value_ = std::move(value);
-    delay_ms_ = delay_ms;
-  });
-  if (was_pending) CallThenFuncIfAvailable(location);
-  return was_pending;
+  std::unique_lock lock(mutex_);
+  if (!CompareAndSet(FutureState::kPending, FutureState::kValueSet)) return false;
+  value_ = std::move(value);
+  delay_ms_ = delay_ms;
+  CallThenFuncIfAvailable(std::move(lock), location);
+  return true;
 }
 
 template <class T>
 void FutureClient<T>::Then(Continuation continuation, std::shared_ptr<FutureExecutor> executor,
                            Location location) {
-  {
-    std::lock_guard lock(mutex_);
-    if (continuation_ || claimed_) return;
+  std::unique_lock lock(mutex_);
+  if (!continuation_ && !claimed_) {
     continuation_ = std::move(continuation);
     executor_ = std::move(executor);
   }
-  CallThenFuncIfAvailable(location);
+  CallThenFuncIfAvailable(std::move(lock), location);
 }
 
 template <class T>
@@ -50,40 +49,50 @@ T FutureClient<T>::Value() const {
   return value != nullptr ? *value : T();
 }
 
+/// What others do is called without the lock: an executor may run the task before it returns, and
+/// a continuation may ask this future for something.
 template <class T>
-void FutureClient<T>::CallThenFuncIfAvailable(Location location) {
-  std::shared_ptr<FutureExecutor> executor;
-  {
-    std::lock_guard lock(mutex_);
-    if (state_ != FutureState::kValueSet || !continuation_ || claimed_) return;
-    claimed_ = true;
-    executor = executor_;
+void FutureClient<T>::CallThenFuncIfAvailable(std::unique_lock<std::mutex> lock,
+                                              Location location) {
+  if (state_ != FutureState::kValueSet || !continuation_ || claimed_) return;
+  claimed_ = true;
+  if (executor_) {
+    lock.unlock();
+    Post(location);
+  } else {
+    const auto keep_alive = weak_from_this().lock();  // the continuation may drop the last owner
+    const Continuation continuation = std::exchange(continuation_, nullptr);
+    lock.unlock();
+    Run(continuation);
   }
-  if (!executor) return RunContinuation();
-
-  // The executor is called without the lock: it may run the task before it returns.
-  auto task = [weak = weak_from_this()] {
-    if (const auto self = std::static_pointer_cast<FutureClient>(weak.lock())) {
-      self->RunContinuation();
-    }
-  };
-  const FutureExecutor::TaskId id =
-      delay_ms_ == 0 ? executor->PostTask(std::move(task), location)
-                     : executor->PostDelayedTask(delay_ms_, std::move(task), location);
-  std::lock_guard lock(mutex_);
-  posted_[posted_[0] == 0 ? 0 : 1] = id;
 }
 
 template <class T>
-void FutureClient<T>::RunContinuation() {
-  const auto keep_alive = weak_from_this().lock();  // the continuation may drop the last owner
-  Continuation continuation;
-  {
+void FutureClient<T>::Post(Location location) {
+  try {
+    auto task = [weak = weak_from_this()] {
+      const auto self = std::static_pointer_cast<FutureClient>(weak.lock());
+      if (!self) return;
+      std::unique_lock lock(self->mutex_);
+      if (self->destroyed_) return;
+      const Continuation continuation = std::exchange(self->continuation_, nullptr);
+      lock.unlock();
+      if (continuation) self->Run(continuation);
+    };
+    const FutureExecutor::TaskId id =
+        delay_ms_ == 0 ? executor_->PostTask(std::move(task), location)
+                       : executor_->PostDelayedTask(delay_ms_, std::move(task), location);
     std::lock_guard lock(mutex_);
-    if (destroyed_) return;
-    continuation.swap(continuation_);
+    posted_[posted_[0] == 0 ? 0 : 1] = id;
+  } catch (...) {
+    std::lock_guard lock(mutex_);
+    claimed_ = false;
+    throw;
   }
-  if (!continuation) return;
+}
+
+template <class T>
+void FutureClient<T>::Run(const Continuation& continuation) const {
   try {
     continuation(std::get<T>(value_));  // never changes again, so needs no lock
   } catch (...) {                       // is the consumer's own affair, and none of the producer's

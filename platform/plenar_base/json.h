@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <plenar_base/plenar_base_export.h>
 
@@ -18,8 +20,9 @@ struct JsonStyle;
 
 /// A JSON value to be built member by member and written as text.
 ///
-/// Members keep the order in which they were first set. Setting and appending copy: the value
-/// that was passed in stays as it is. Not safe for concurrent use of one object.
+/// Members keep the order in which they were first set; keys that are written alike are one.
+/// Setting and appending copy: the value that was passed in stays as it is. A value that was moved
+/// from is written as null. Not safe for concurrent use of one object.
 class PLENAR_BASE_EXPORT JsonValue {
  public:
   JsonValue();  ///< An empty object.
@@ -28,11 +31,6 @@ class PLENAR_BASE_EXPORT JsonValue {
   explicit JsonValue(bool value);
   explicit JsonValue(int value);
   explicit JsonValue(const char* text) = delete;  // would quietly become a boolean
-  JsonValue(const JsonValue& other);
-  JsonValue(JsonValue&& other) noexcept;
-  JsonValue& operator=(const JsonValue& other);
-  JsonValue& operator=(JsonValue&& other) noexcept;
-  ~JsonValue();
 
   /// Sets a member of an object, replacing one of that key in its place. False, and nothing is
   /// changed, if this is not an object.
@@ -46,8 +44,13 @@ class PLENAR_BASE_EXPORT JsonValue {
   [[nodiscard]] std::string ToStyledString(const JsonStyle* style) const;
 
  private:
-  class Impl;
-  std::unique_ptr<Impl> impl_;
+  [[nodiscard]] std::string_view Written() const;
+  template <class Append>
+  std::size_t AppendItem(Append append);
+  void ReplaceByLast(std::vector<std::size_t>::iterator member);
+
+  std::string text_;                  // as it is written; empty once it was moved from
+  std::vector<std::size_t> members_;  // where in the text those of an object begin
 };
 
 }  // namespace base::json

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,7 +16,8 @@ namespace base::variant {
 /// Reading never throws and never fails: an absent member reads as a shared empty value, and a
 /// conversion that the held type does not have gives false, 0 or "". Integers and booleans
 /// convert into each other; an integer outside the target's range saturates to the nearest bound.
-/// Not safe for concurrent change of one object.
+/// An object is searched from end to end: it is made for the few members of a call. A value that
+/// was moved from is empty. Not safe for concurrent change of one object.
 class PLENAR_BASE_EXPORT Variant {
  public:
   enum class Type { kEmpty, kBoolean, kSigned, kUnsigned, kString, kObject };
@@ -57,10 +57,15 @@ class PLENAR_BASE_EXPORT Variant {
   [[nodiscard]] const std::string& AsStr() const noexcept;
 
  private:
-  using Members = std::map<std::string, Variant, std::less<>>;
-  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, std::string,
-               std::unique_ptr<Members>>
-      value_;
+  struct Member;
+  using Members = std::vector<Member>;  // in the order in which they were first set
+
+  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, std::string, Members> value_;
+};
+
+struct Variant::Member {
+  std::string key;
+  Variant value;
 };
 
 }  // namespace base::variant

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <plenar_base_control/simulated_time.h>
@@ -42,6 +43,37 @@ TEST(FutureTest, WhatItPostedWaitsAndDoesNotKeepItAlive) {
   EXPECT_EQ(looper.NextDeadline(), 70u);
   future.reset();
   EXPECT_EQ(captured.use_count(), 1);
+}
+
+/// Takes no task at first, then runs the next one at once.
+struct FailingOnce final : FutureExecutor {
+  TaskId PostTask(std::function<void()> task, base::Location) override {
+    if (std::exchange(fails, false)) throw 1;
+    task();
+    return 1;
+  }
+  TaskId PostDelayedTask(std::uint64_t, std::function<void()>, base::Location) override {
+    return 0;
+  }
+  void CancelTask(TaskId) override {}
+  bool fails = true;
+};
+
+TEST(FutureTest, AContinuationThatCouldNotBePostedIsPostedByTheNextThen) {
+  for (const bool value_first : {false, true}) {
+    const auto executor = std::make_shared<FailingOnce>();
+    const auto future = std::make_shared<TextFuture>();
+    std::string seen;
+    const auto then = [&] {
+      future->Then([&](const std::string& text) { seen += text; }, executor, kHere);
+    };
+    if (value_first) future->SetValue("value", 0, kHere);
+    if (!value_first) then();
+    EXPECT_ANY_THROW(value_first ? then() : void(future->SetValue("value", 0, kHere)));
+    EXPECT_EQ(future->Value() + seen, "value");
+    for (int i = 0; i < 2; ++i) then();
+    EXPECT_EQ(seen, "value");
+  }
 }
 
 TEST(FutureTest, ARaceOfValueAndContinuationRunsItOnce) {

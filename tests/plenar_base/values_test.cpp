@@ -55,6 +55,8 @@ TEST(JsonTest, IsIndentedInOrderAndCopiesWhatItIsGiven) {
   EXPECT_TRUE(object.SetJsonObject("z", JsonValue(true)));
   EXPECT_TRUE(object.SetJsonObject("a", array));
   EXPECT_TRUE(object.SetJsonObject("z", object));
+  EXPECT_TRUE(object.SetJsonObject("a", JsonValue()));
+  EXPECT_TRUE(object.SetJsonObject("a", array));
   EXPECT_FALSE(object.AddaJsonObject(array));
   EXPECT_FALSE(array.SetJsonObject("key", array));
   EXPECT_EQ(object.ToStyledString(nullptr),

@@ -34,6 +34,17 @@ Target ToInteger(const Value& value) noexcept {
       value);
 }
 
+/// The value of that key among the members; null if there is none, or no members at all.
+template <class Members>
+auto* Find(Members* members, std::string_view key) noexcept {
+  const auto is_it = [key](const auto& member) { return member.key == key; };
+  if (members != nullptr) {
+    const auto found = std::find_if(members->begin(), members->end(), is_it);
+    if (found != members->end()) return &found->value;
+  }
+  return decltype(&members->front().value){};
+}
+
 }  // namespace
 
 Variant::Variant() noexcept = default;
@@ -47,18 +58,7 @@ Variant::Variant(unsigned long long value) noexcept : value_(std::uint64_t{value
 Variant::Variant(std::string value) noexcept : value_(std::move(value)) {}
 Variant::Variant(const char* value) : Variant(std::string(value != nullptr ? value : "")) {}
 
-Variant::Variant(const Variant& other) {
-  std::visit(
-      [this](const auto& held) {
-        if constexpr (std::is_same_v<decltype(held), const std::unique_ptr<Members>&>) {
-          value_ = std::make_unique<Members>(*held);
-        } else {
-          value_ = held;
-        }
-      },
-      other.value_);
-}
-
+Variant::Variant(const Variant& other) = default;
 Variant::Variant(Variant&& other) noexcept
     : value_(std::exchange(other.value_, std::monostate())) {}
 
@@ -76,38 +76,34 @@ Variant& Variant::operator=(Variant&& other) noexcept {
 Variant::~Variant() = default;
 
 void Variant::Set(std::string_view key, Variant value) {
-  if (GetType() != Type::kObject) value_ = std::make_unique<Members>();
-  auto& members = *std::get<std::unique_ptr<Members>>(value_);
-  if (const auto found = members.find(key); found != members.end()) {
-    found->second = std::move(value);
-  } else {
-    members.emplace(key, std::move(value));
+  auto* members = std::get_if<Members>(&value_);
+  if (Variant* const found = Find(members, key)) {
+    *found = std::move(value);
+    return;
   }
+  if (members == nullptr) members = &value_.emplace<Members>();
+  members->push_back({std::string(key), std::move(value)});
 }
 
 const Variant& Variant::Get(std::string_view key) const noexcept {
-  if (const auto* const members = std::get_if<std::unique_ptr<Members>>(&value_)) {
-    const auto found = (*members)->find(key);
-    if (found != (*members)->end()) return found->second;
-  }
-  return Immortal<const Variant>();
+  const Variant* const found = Find(std::get_if<Members>(&value_), key);
+  return found != nullptr ? *found : Immortal<const Variant>();
+}
+
+bool Variant::Has(std::string_view key) const noexcept {
+  return Find(std::get_if<Members>(&value_), key) != nullptr;
 }
 
 Variant::Type Variant::GetType() const noexcept {
   return static_cast<Type>(value_.index());
 }
 
-bool Variant::Has(std::string_view key) const noexcept {
-  const auto* const members = std::get_if<std::unique_ptr<Members>>(&value_);
-  return members != nullptr && (*members)->contains(key);
-}
-
 std::vector<std::string> Variant::Keys() const {
   std::vector<std::string> keys;
-  if (const auto* const members = std::get_if<std::unique_ptr<Members>>(&value_)) {
-    keys.reserve((*members)->size());
-    for (const auto& member : **members) keys.push_back(member.first);
+  if (const auto* const members = std::get_if<Members>(&value_)) {
+    for (const Member& member : *members) keys.push_back(member.key);
   }
+  std::sort(keys.begin(), keys.end());
   return keys;
 }
 

@@ -27,14 +27,11 @@ class LooperExecutor final : public FutureExecutor {
   }
 };
 
-struct Shared {
-  const std::shared_ptr<FutureExecutor> executor = std::make_shared<LooperExecutor>();
-};
-
 }  // namespace
 
 std::shared_ptr<FutureExecutor> MainLooperExecutor() {
-  return Immortal<Shared>().executor;
+  // It lives for ever, so nothing counts its owners.
+  return {std::shared_ptr<void>(), &Immortal<LooperExecutor>()};
 }
 
 }  // namespace base::future

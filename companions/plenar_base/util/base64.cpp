@@ -1,26 +1,38 @@
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <string_view>
+#include <cstring>
 
 #include <plenar_base/crypto.h>
 
 namespace util::crypto {
+namespace {
+
+/// The two digits of each 12 bits.
+constexpr auto kDigitPairs = [] {
+  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::array<std::array<char, 2>, 1 << 12> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {kDigits[i >> 6], kDigits[i & 0x3F]};
+  return pairs;
+}();
+
+void WriteGroup(char* out, std::uint32_t first, std::uint32_t second, std::uint32_t third) {
+  const std::uint32_t group = first << 16 | second << 8 | third;
+  std::memcpy(out, &kDigitPairs[group >> 12], 2);
+  std::memcpy(out + 2, &kDigitPairs[group & 0xFFF], 2);
+}
+
+}  // namespace
 
 std::string Encode64(const void* data, std::size_t length) {
-  constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  const auto* const bytes = static_cast<const unsigned char*>(data);
-  std::string text;
-  text.reserve((length + 2) / 3 * 4);
-  for (std::size_t at = 0; at < length; at += 3) {
-    const std::size_t in_group = std::min<std::size_t>(3, length - at);
-    std::uint32_t group = 0;
-    for (std::size_t i = 0; i < 3; ++i) group = group << 8 | (i < in_group ? bytes[at + i] : 0u);
-    for (std::size_t i = 0; i < 4; ++i) {
-      text += i <= in_group ? kDigits[group >> (18 - 6 * i) & 0x3F] : '=';
-    }
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  std::string text((length + 2) / 3 * 4, '=');
+  char* out = text.data();
+  for (; length >= 3; length -= 3, bytes += 3, out += 4) {
+    WriteGroup(out, bytes[0], bytes[1], bytes[2]);
   }
+  if (length == 0) return text;
+  WriteGroup(out, bytes[0], length == 2 ? bytes[1] : 0, 0);
+  for (; length < 3; ++length) text[text.size() - 3 + length] = '=';
   return text;
 }
 

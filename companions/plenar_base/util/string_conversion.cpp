@@ -3,10 +3,11 @@
 
 #include <plenar_base/stringhelp.h>
 
+#include "util/utf8.h"
+
 namespace util::stringhelp {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
 constexpr bool kWideIsUtf16 = sizeof(wchar_t) == 2;
 
 constexpr bool IsLeadingSurrogate(char32_t c) {
@@ -30,31 +31,6 @@ constexpr LeadByte kLeadBytes[] = {
     {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
     {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
 };
-
-/// Takes one code point off the front of a UTF-8 text. The longest part that could have begun a
-/// sequence counts as one ill-formed unit.
-char32_t TakeUtf8(std::string_view& text) {
-  const auto byte = [&text](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
-  const std::uint8_t first = byte(0);
-  for (const LeadByte& lead : kLeadBytes) {
-    if (first < lead.first || first > lead.last) continue;
-    const auto length = static_cast<std::size_t>(lead.length);
-    char32_t code_point = length == 1 ? first : first & (0x7Fu >> length);
-    for (std::size_t at = 1; at < length; ++at) {
-      const std::uint8_t low = at == 1 ? lead.second_low : 0x80;
-      const std::uint8_t high = at == 1 ? lead.second_high : 0xBF;
-      if (at == text.size() || byte(at) < low || byte(at) > high) {
-        text.remove_prefix(at);
-        return kReplacement;
-      }
-      code_point = code_point << 6 | (byte(at) & 0x3Fu);
-    }
-    text.remove_prefix(length);
-    return code_point;
-  }
-  text.remove_prefix(1);
-  return kReplacement;
-}
 
 /// Takes one code point off the front of a wide text.
 char32_t TakeWide(std::wstring_view& text) {
@@ -100,6 +76,29 @@ void AppendWide(std::wstring& out, char32_t c) {
 }
 
 }  // namespace
+
+char32_t TakeUtf8(std::string_view& text) noexcept {
+  const auto byte = [&text](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
+  const std::uint8_t first = byte(0);
+  for (const LeadByte& lead : kLeadBytes) {
+    if (first < lead.first || first > lead.last) continue;
+    const auto length = static_cast<std::size_t>(lead.length);
+    char32_t code_point = length == 1 ? first : first & (0x7Fu >> length);
+    for (std::size_t at = 1; at < length; ++at) {
+      const std::uint8_t low = at == 1 ? lead.second_low : 0x80;
+      const std::uint8_t high = at == 1 ? lead.second_high : 0xBF;
+      if (at == text.size() || byte(at) < low || byte(at) > high) {
+        text.remove_prefix(at);
+        return kReplacement;
+      }
+      code_point = code_point << 6 | (byte(at) & 0x3Fu);
+    }
+    text.remove_prefix(length);
+    return code_point;
+  }
+  text.remove_prefix(1);
+  return kReplacement;
+}
 
 std::string UnicodeToUtf8(const std::wstring& text) {
   std::string out;
