@@ -89,9 +89,10 @@ SIMULATED_PC_EXPORT DWORD WINAPI GetLastError();
 
 /// A bare file name is looked for in the executable's folder, then as the system's loader does.
 SIMULATED_PC_EXPORT HMODULE WINAPI LoadLibraryA(const char* file_name);
+SIMULATED_PC_EXPORT HMODULE WINAPI LoadLibraryW(const wchar_t* file_name);
 SIMULATED_PC_EXPORT BOOL WINAPI FreeLibrary(HMODULE module);
 SIMULATED_PC_EXPORT FARPROC WINAPI GetProcAddress(HMODULE module, const char* name);
-/// Finds what `LoadLibraryA` would load, if it is loaded, by whomever; null is the executable.
+/// Finds what loading it would give, if it is loaded, by whomever; null is the executable.
 SIMULATED_PC_EXPORT HMODULE WINAPI GetModuleHandleA(const char* file_name);
 /// Of the executable; with backslashes.
 SIMULATED_PC_EXPORT DWORD WINAPI GetModuleFileNameW(HMODULE module, wchar_t* path, DWORD size);

@@ -38,19 +38,27 @@ HMODULE OpenLibrary(const char* path, int more_flags) {
   return static_cast<HMODULE>(dlopen(path, RTLD_NOW | RTLD_LOCAL | more_flags));
 }
 
+HMODULE Load(const std::string& file_name) {
+  const std::string path = FindFile(file_name);
+  // The library's start-up may make calls of its own, so the state is not locked here.
+  const HMODULE module = OpenLibrary(path.c_str(), 0);
+  if (module == nullptr) throw Win32Error{ERROR_MOD_NOT_FOUND};
+  const LockedPc pc;
+  Library& library = pc->libraries[module];
+  library.file_name = fs::path(path).filename();
+  ++library.load_count;
+  return module;
+}
+
 }  // namespace
 
 STAND_IN HMODULE LoadLibraryA(const char* file_name) {
-  return StandInCall("LoadLibraryA", file_name).Run(HMODULE(), [&] {
-    const std::string path = FindFile(file_name);
-    // The library's start-up may make calls of its own, so the state is not locked here.
-    const HMODULE module = OpenLibrary(path.c_str(), 0);
-    if (module == nullptr) throw Win32Error{ERROR_MOD_NOT_FOUND};
-    const LockedPc pc;
-    Library& library = pc->libraries[module];
-    library.file_name = fs::path(path).filename();
-    ++library.load_count;
-    return module;
+  return StandInCall("LoadLibraryA", file_name).Run(HMODULE(), [&] { return Load(file_name); });
+}
+
+STAND_IN HMODULE LoadLibraryW(const wchar_t* file_name) {
+  return StandInCall("LoadLibraryW", file_name).Run(HMODULE(), [&] {
+    return Load(fs::path(file_name));
   });
 }
 

@@ -102,7 +102,7 @@ struct PcState {
   std::string executable_path;  ///< Empty: the real one.
   Desktop desktop;
   std::map<HANDLE, Object> objects;
-  std::map<HMODULE, Library> libraries;  ///< What `LoadLibraryA` has loaded.
+  std::map<HMODULE, Library> libraries;  ///< What these calls have loaded.
   std::uintptr_t last_handle = 0x10000;
 
   std::shared_ptr<const SimulatedPc::CallObserver> observer;
