@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <exception>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -162,12 +164,11 @@ void ForwardLibraryLog(const char* file, int line, const char* function, int lev
   });
 }
 
-void LogFailure(const std::exception_ptr& failure, const char* file, int line,
-                const char* function) noexcept {
+void LogFailure(const char* file, int line, const char* function) noexcept {
   if (base::log::GetLogLevel() < kError) return;
   __logwriter writer = MakeLogWriter(kError, file, line, function);
   try {
-    std::rethrow_exception(failure);
+    throw;
   } catch (const std::exception& exception) {
     writer.Stream() << "operation failed: " << exception.what();
   } catch (...) {

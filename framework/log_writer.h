@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -88,9 +87,8 @@ class __logwriter {
 void ForwardLibraryLog(const char* file, int line, const char* function, int level,
                        const char* message) noexcept;
 
-/// Logs a failure of `function` at level 3. See `QV_LOG_FAILURE`.
-void LogFailure(const std::exception_ptr& failure, const char* file, int line,
-                const char* function) noexcept;
+/// Logs the exception that is being handled at level 3. See `QV_LOG_FAILURE`.
+void LogFailure(const char* file, int line, const char* function) noexcept;
 
 /// The part of a path behind its last separator.
 consteval const char* BaseName(const char* path) {
@@ -115,15 +113,15 @@ consteval const char* BaseName(const char* path) {
 
 /// A log statement that first, and only if the line is written, takes `value` into `name`: for
 /// error codes, which building the writer can overwrite.
-#define QV_LOG_TAKING(level, name, value)        \
-  if (::base::log::GetLogLevel() < (level)) {    \
-  } else if (const auto name = (value); false) { \
-  } else                                         \
-    QV_LOG_WRITER(level, __func__, __LINE__)
+#define QV_LOG_TAKING(level, function, name, value) \
+  if (::base::log::GetLogLevel() < (level)) {       \
+  } else if (const auto name = (value); false) {    \
+  } else                                            \
+    QV_LOG_WRITER(level, function, __LINE__)
 
-/// Logs an exception that would have passed out of the enclosing function.
-#define QV_LOG_FAILURE(failure) \
-  ::quorvel_service::LogFailure(failure, ::quorvel_service::BaseName(__FILE__), __LINE__, __func__)
+/// In a handler: logs the exception, which goes no further.
+#define QV_LOG_FAILURE() \
+  ::quorvel_service::LogFailure(::quorvel_service::BaseName(__FILE__), __LINE__, __func__)
 
 #define QV_LOG_WRITER(level, function, line)                                                     \
   ::quorvel_service::MakeLogWriter(level, ::quorvel_service::BaseName(__FILE__), line, function) \

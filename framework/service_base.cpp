@@ -1,8 +1,10 @@
 #include "framework/service_base.h"
 
+#include <cassert>
 #include <vector>
 
 #include "framework/guard.h"
+#include "framework/main_looper.h"
 
 namespace quorvel_service {
 
@@ -23,6 +25,7 @@ void ServiceBase::RemoveListener(IServiceListener* listener) {
 
 void ServiceBase::NotifyEvent(std::uint64_t event_id,
                               const std::shared_ptr<base::variant::Variant>& payload) {
+  assert(IsOnMainLooper());
   const auto listeners = listeners_;
   Swallow([&] {
     const std::vector<IServiceListener*> snapshot(listeners->begin(), listeners->end());

@@ -24,7 +24,7 @@ set(platform_may)
 set(framework_may platform)
 set(services/implement/windows_ble/generated_may framework platform)
 set(services/implement/windows_ble/src/windows_may
-  framework/guard.h framework/log_writer.h framework/process_end.h platform
+  framework/guard.h framework/log_writer.h framework/main_looper.h framework/process_end.h platform
   services/implement/windows_ble/generated/windows_ble_service_ids.h)
 set(services/implement/windows_ble/src_may
   framework platform services/implement/windows_ble/generated

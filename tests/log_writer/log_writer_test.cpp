@@ -72,7 +72,7 @@ TEST(LogStatement, SuppressedCostsOneQueryAndEvaluatesNothing) {
   int evaluated = 0;
   const auto before = qvs_test::AllocationCount();
   QV_LOG(4) << ++evaluated;
-  QV_LOG_TAKING(4, code, ++evaluated) << code;
+  QV_LOG_TAKING(4, __func__, code, ++evaluated) << code;
   EXPECT_EQ(qvs_test::AllocationCount(), before);
   EXPECT_EQ(evaluated, 0);
   EXPECT_EQ(log_double::level_queries, 2);

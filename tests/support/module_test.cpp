@@ -82,7 +82,6 @@ void ModuleTest::LoadModule() {
 void ModuleTest::UnloadModule() {
   while (!services_.empty()) DestroyService(services_.back());
   Settle();
-  if (ble_api_) ResetRadio();
   module_.reset();
 }
 

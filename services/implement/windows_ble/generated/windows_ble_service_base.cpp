@@ -1,7 +1,6 @@
 #include "services/implement/windows_ble/generated/windows_ble_service_base.h"
 
 #include <algorithm>
-#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -61,7 +60,7 @@ std::int32_t CallMethod(const Method& method, Service& service, const Variant& a
   try {
     return method.call(service, arguments);
   } catch (...) {
-    QV_LOG_FAILURE(std::current_exception());
+    QV_LOG_FAILURE();
     return windows_ble::result::kLibraryFailure;
   }
 }

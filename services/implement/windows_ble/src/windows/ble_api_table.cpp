@@ -1,6 +1,6 @@
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 
-#include "framework/guard.h"
+#include "services/implement/windows_ble/src/windows/build_settings.h"
 
 namespace quorvel_service {
 namespace {
@@ -12,51 +12,23 @@ void Store(BleApiTable& table, FARPROC function) {
   table.*Function = reinterpret_cast<Pointer>(reinterpret_cast<void (*)()>(function));
 }
 
-constexpr BleApiBinding kBindings[] = {
-    {"BleInit", "load BleInit failed, error: ", true, &Store<&BleApiTable::BleInit>},
-    {"BleUnInit", "load bleUnInit failed, error: ", true, &Store<&BleApiTable::BleUnInit>},
-    {"BleSetLogFunc", "load bleSetLogFunc failed, error: ", true,
-     &Store<&BleApiTable::BleSetLogFunc>},
-    {"BleCheckState", "load bleCheckState failed, error: ", true,
-     &Store<&BleApiTable::BleCheckState>},
-    {"BleClientSetScanMode", "load BleClientSetScanMode failed", false,
-     &Store<&BleApiTable::BleClientSetScanMode>},
-    {"BleClientSetServiceUuidFilter", "load bleClientSetServiceUuidFilter failed", false,
-     &Store<&BleApiTable::BleClientSetServiceUuidFilter>},
-    {"BleClientSetManufacturerDataFilter", "load bleClientSetManufacturerDataFilter failed", false,
-     &Store<&BleApiTable::BleClientSetManufacturerDataFilter>},
-    {"BleClientSetSignalStrengthFilter", "load bleClientSetSignalStrengthFilter failed", false,
-     &Store<&BleApiTable::BleClientSetSignalStrengthFilter>},
-    {"BleClientSetReceivedBroadcastCB", "load bleClientSetReceivedBroadcastCB failed", false,
-     &Store<&BleApiTable::BleClientSetReceivedBroadcastCB>},
-    {"BleClientSetStoppedWatchBroadcastCB", "load bleClientSetStoppedWatchBroadcastCB failed",
-     false, &Store<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>},
-    {"BleClientStartWatchBroadcast", "load BleClientStartWatchBroadcast failed", false,
-     &Store<&BleApiTable::BleClientStartWatchBroadcast>},
-    {"BleClientStopWatchBroadcast", nullptr, false,
-     &Store<&BleApiTable::BleClientStopWatchBroadcast>},
-    {"BleServerAddManufacturerData", "load BleServerAddManufacturerData failed", false,
-     &Store<&BleApiTable::BleServerAddManufacturerData>},
-    {"BleServerAddDataSection", "load bleServerAddDataSection failed", false,
-     &Store<&BleApiTable::BleServerAddDataSection>},
-    {"BleServerSetStatusChangedCB", "load BleServerSetStatusChangedCB failed", false,
-     &Store<&BleApiTable::BleServerSetStatusChangedCB>},
-    {"BleServerStartBroadcast", "load BleServerStartBroadcast failed", false,
-     &Store<&BleApiTable::BleServerStartBroadcast>},
-    {"BleServerStopBroadcast", "load BleServerStopBroadcast failed", false,
-     &Store<&BleApiTable::BleServerStopBroadcast>},
-};
+#define QV_BINDING(name, line, logs_error_code) \
+  {#name, line, logs_error_code, &Store<&BleApiTable::name>},
+constexpr BleApiBinding kBindings[] = {QV_BLE_API_FUNCTIONS(QV_BINDING)};
+#undef QV_BINDING
 
 }  // namespace
 
-const BleApiBinding* BleApiTable::Bind(HMODULE loaded) noexcept {
-  module = loaded;
-  ++load_count;
+const BleApiBinding* BleApiTable::Bind(HMODULE library) noexcept {
+  module = library;
+  BleApiTable bound;
+  bound.module = library;
   for (const BleApiBinding& binding : kBindings) {
-    const FARPROC function = ::GetProcAddress(module, binding.name);
+    const FARPROC function = ::GetProcAddress(library, binding.name);
     if (function == nullptr) return &binding;
-    binding.store(*this, function);
+    binding.store(bound, function);
   }
+  *this = bound;
   return nullptr;
 }
 
@@ -64,18 +36,18 @@ void BleApiTable::Unload() noexcept {
   if (module == nullptr) return;
   ::FreeLibrary(module);
   module = nullptr;
-  --load_count;
 }
 
 void BleApiTable::WithdrawCallables() const noexcept {
-  if (load_count == 0) return;
-  const auto withdraw = [](auto set) {
-    if (set != nullptr) Swallow([set] { set(nullptr); });
-  };
-  withdraw(BleClientSetReceivedBroadcastCB);
-  withdraw(BleClientSetStoppedWatchBroadcastCB);
-  withdraw(BleServerSetStatusChangedCB);
-  withdraw(BleSetLogFunc);
+  const bool gave_callables = BleInit != nullptr;
+  if (!gave_callables) return;
+  const HMODULE library = ::GetModuleHandleA(build_settings::kBleApiLibrary);
+  BleApiTable loaded;
+  if (library == nullptr || loaded.Bind(library) != nullptr) return;
+  loaded.Call<&BleApiTable::BleClientSetReceivedBroadcastCB>(nullptr);
+  loaded.Call<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>(nullptr);
+  loaded.Call<&BleApiTable::BleServerSetStatusChangedCB>(nullptr);
+  loaded.Call<&BleApiTable::BleSetLogFunc>(nullptr);
 }
 
 BleApiTable& BleApi() noexcept {

@@ -8,6 +8,29 @@
 
 #include <plenar_ble_api/ble_api.h>
 
+#include "framework/log_writer.h"
+
+/// The functions of the BLE API library in the order in which they are bound: name, the log line
+/// for one that is missing (null: no line of its own), whether the last error follows that line.
+#define QV_BLE_API_FUNCTIONS(F)                                                                    \
+  F(BleInit, "load BleInit failed, error: ", true)                                                 \
+  F(BleUnInit, "load bleUnInit failed, error: ", true)                                             \
+  F(BleSetLogFunc, "load bleSetLogFunc failed, error: ", true)                                     \
+  F(BleCheckState, "load bleCheckState failed, error: ", true)                                     \
+  F(BleClientSetScanMode, "load BleClientSetScanMode failed", false)                               \
+  F(BleClientSetServiceUuidFilter, "load bleClientSetServiceUuidFilter failed", false)             \
+  F(BleClientSetManufacturerDataFilter, "load bleClientSetManufacturerDataFilter failed", false)   \
+  F(BleClientSetSignalStrengthFilter, "load bleClientSetSignalStrengthFilter failed", false)       \
+  F(BleClientSetReceivedBroadcastCB, "load bleClientSetReceivedBroadcastCB failed", false)         \
+  F(BleClientSetStoppedWatchBroadcastCB, "load bleClientSetStoppedWatchBroadcastCB failed", false) \
+  F(BleClientStartWatchBroadcast, "load BleClientStartWatchBroadcast failed", false)               \
+  F(BleClientStopWatchBroadcast, nullptr, false)                                                   \
+  F(BleServerAddManufacturerData, "load BleServerAddManufacturerData failed", false)               \
+  F(BleServerAddDataSection, "load bleServerAddDataSection failed", false)                         \
+  F(BleServerSetStatusChangedCB, "load BleServerSetStatusChangedCB failed", false)                 \
+  F(BleServerStartBroadcast, "load BleServerStartBroadcast failed", false)                         \
+  F(BleServerStopBroadcast, "load BleServerStopBroadcast failed", false)
+
 namespace quorvel_service {
 
 struct BleApiBinding;
@@ -16,63 +39,48 @@ struct BleApiBinding;
 /// gate that every call passes: it is cleared when the library is unloaded, while the function
 /// pointers stay as they are. [main looper]
 struct BleApiTable {
-  /// What a call gives while no library is loaded: it counts as refused.
+  /// What a call gives that counts as refused.
   static constexpr std::int32_t kRefused = -1;
 
   HMODULE module = nullptr;
 
-  /// How often the library is loaded. It can still be when the gate is closed: several loads are
-  /// ended by one unload.
-  int load_count = 0;
-
-  decltype(&::BleInit) BleInit = nullptr;
-  decltype(&::BleUnInit) BleUnInit = nullptr;
-  decltype(&::BleSetLogFunc) BleSetLogFunc = nullptr;
-  decltype(&::BleCheckState) BleCheckState = nullptr;
-  decltype(&::BleClientSetScanMode) BleClientSetScanMode = nullptr;
-  decltype(&::BleClientSetServiceUuidFilter) BleClientSetServiceUuidFilter = nullptr;
-  decltype(&::BleClientSetManufacturerDataFilter) BleClientSetManufacturerDataFilter = nullptr;
-  decltype(&::BleClientSetSignalStrengthFilter) BleClientSetSignalStrengthFilter = nullptr;
-  decltype(&::BleClientSetReceivedBroadcastCB) BleClientSetReceivedBroadcastCB = nullptr;
-  decltype(&::BleClientSetStoppedWatchBroadcastCB) BleClientSetStoppedWatchBroadcastCB = nullptr;
-  decltype(&::BleClientStartWatchBroadcast) BleClientStartWatchBroadcast = nullptr;
-  decltype(&::BleClientStopWatchBroadcast) BleClientStopWatchBroadcast = nullptr;
-  decltype(&::BleServerAddManufacturerData) BleServerAddManufacturerData = nullptr;
-  decltype(&::BleServerAddDataSection) BleServerAddDataSection = nullptr;
-  decltype(&::BleServerSetStatusChangedCB) BleServerSetStatusChangedCB = nullptr;
-  decltype(&::BleServerStartBroadcast) BleServerStartBroadcast = nullptr;
-  decltype(&::BleServerStopBroadcast) BleServerStopBroadcast = nullptr;
+#define QV_POINTER(name, line, logs_error_code) decltype(&::name) name = nullptr;
+  QV_BLE_API_FUNCTIONS(QV_POINTER)
+#undef QV_POINTER
 
   /// Takes over a library that has just been loaded and resolves its functions, in order. Gives
-  /// null when all are there, else the first that is missing; those behind it are not tried. The
-  /// calling thread's last error is then the one of the failed look-up.
-  [[nodiscard]] const BleApiBinding* Bind(HMODULE loaded) noexcept;
+  /// null when all are there, else the first that is missing; those behind it are not tried, and
+  /// the functions of an earlier library stay. The calling thread's last error is then the one of
+  /// the failed look-up.
+  [[nodiscard]] const BleApiBinding* Bind(HMODULE library) noexcept;
 
-  /// Unloads the library once, if the gate is open, and closes the gate.
+  /// Unloads the library once, if the gate is open, and closes the gate. Several loads are ended by
+  /// one unload.
   void Unload() noexcept;
 
-  /// Takes the module's callables back from a library that is still loaded, the gate open or not.
+  /// Takes the module's callables back from the library if anybody in the process keeps it loaded.
+  /// The pointers here may be of another copy of it, and are not used.
   void WithdrawCallables() const noexcept;
 
-  /// Calls a function of the library: `Call<&BleApiTable::BleInit>(std::uintptr_t{0})`. What the
-  /// library throws passes through.
+  /// Calls a function of the library: `Call<&BleApiTable::BleInit>(std::uintptr_t{0})`. With no
+  /// library the call counts as refused. So it does when the library throws, which is logged.
   template <auto Function, class... Args>
-  auto Call(Args&&... args) const {
+  auto Call(Args&&... args) const noexcept {
     using Result = std::invoke_result_t<decltype(this->*Function), Args...>;
-    if constexpr (std::is_void_v<Result>) {
-      if (module != nullptr) (this->*Function)(std::forward<Args>(args)...);
-    } else {
-      if (module == nullptr) return static_cast<Result>(kRefused);
-      return (this->*Function)(std::forward<Args>(args)...);
+    try {
+      if (module != nullptr) return (this->*Function)(std::forward<Args>(args)...);
+    } catch (...) {
+      QV_LOG_FAILURE();
     }
+    if constexpr (!std::is_void_v<Result>) return static_cast<Result>(kRefused);
   }
 };
 
 /// How one function is resolved, and what is logged when it is missing.
 struct BleApiBinding {
   const char* name;
-  const char* failure_line;  ///< Null: no line of its own.
-  bool logs_error_code;      ///< The last error follows the line.
+  const char* failure_line;
+  bool logs_error_code;
   void (*store)(BleApiTable& table, FARPROC function);
 };
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,11 @@ class BleWrapper {
   ~BleWrapper();
 
   // Lifecycle.
+  /// The first steps of `Init`, up to a library that is loaded and bound. Gives the result with
+  /// which `Init` ends, or none: then it goes on.
+  std::optional<std::int32_t> Load(std::int32_t retry_time) noexcept;
   [[nodiscard]] bool CheckSignature(const std::string& file_name) const;
+  void TakeDown() noexcept;
   void CompleteSetUp();
   void StartInitCheckTimer(std::uint64_t interval);
   void StopInitCheckTimer();
@@ -76,7 +81,7 @@ class BleWrapper {
 
   // Advertising.
   void RegisterBroadcastPublisherStatusChangedCB();
-  std::int32_t InnerStartBroadcast();
+  std::int32_t InnerStartBroadcast() noexcept;
   void DoPublisherStatusChangedInfo(BlePublisherStatus status, BleError err) noexcept;
 
   // Scanning.
@@ -86,7 +91,7 @@ class BleWrapper {
     kWatcherStopped = 3,
   };
   void RegisterBroadcastWatherStoppedCB();
-  std::int32_t InnerWatchBroadcast();
+  std::int32_t InnerWatchBroadcast() noexcept;
   void OnBroadcastWatherStopped();
   void StartBroadcastCBTimer(std::uint64_t interval);
   void StopBroadcastCBTimer();
@@ -98,7 +103,7 @@ class BleWrapper {
   void DoScanCallback() noexcept;
 
   bool inited_ = false;     // library loaded and initialised, adapter usable, set-up complete
-  std::string watch_uuid_;  // matching itself is `watch_filter_`'s
+  std::string watch_uuid_;  // what `watch_filter_` is made from
   ScanCache scan_cache_;
   std::unique_ptr<base::threading::Timer> broadcast_cb_timer_;
   std::unique_ptr<base::threading::Timer> init_check_timer_;

@@ -1,9 +1,21 @@
-#include <plenar_base/json.h>
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include <plenar_base/json.h>
+#include <plenar_base/location.h>
+#include <plenar_ble_api/ble_api.h>
+
+#include "framework/guard.h"
+#include "framework/log_writer.h"
+#include "framework/main_looper.h"
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
 #include "services/implement/windows_ble/src/windows/uuid.h"
-#include "services/implement/windows_ble/src/windows/wrapper_support.h"
 
 namespace quorvel_service {
 namespace {
@@ -26,6 +38,7 @@ std::vector<std::uint8_t> MakePayload(const std::string& uuid,
 std::int32_t BleWrapper::BleStartBroadcast(bool start, const std::string& uuid,
                                            const std::vector<std::uint8_t>& custom_data) noexcept
     try {
+  assert(IsOnMainLooper());
   if (!inited_) {
     QV_LOG(kError) << "ble is not inited";
     return windows_ble::result::kNotInitialised;
@@ -61,16 +74,15 @@ std::int32_t BleWrapper::BleStartBroadcast(bool start, const std::string& uuid,
   }
   QV_LOG(kInformation) << "publisher started, need to stop it first";
   broadcast_data_ = std::move(payload);
-  const auto failure = Attempt([] { BleApi().Call<&BleApiTable::BleServerStopBroadcast>(); });
+  BleApi().Call<&BleApiTable::BleServerStopBroadcast>();
   need_restart_broadcast_ = true;
-  Rethrow(failure);
   return windows_ble::result::kSuccess;
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
+  QV_LOG_FAILURE();
   return windows_ble::result::kLibraryFailure;
 }
 
-std::int32_t BleWrapper::InnerStartBroadcast() {
+std::int32_t BleWrapper::InnerStartBroadcast() noexcept {
   const BleApiTable& api = BleApi();
   int result = api.Call<&BleApiTable::BleServerAddManufacturerData>(
       kCompanyId, broadcast_data_.data(), broadcast_data_.size());
@@ -81,7 +93,7 @@ std::int32_t BleWrapper::InnerStartBroadcast() {
 
 void BleWrapper::RegisterBroadcastPublisherStatusChangedCB() {
   BleApi().Call<&BleApiTable::BleServerSetStatusChangedCB>(
-      Swallowing([this](BlePublisherStatus status, BleError err) {
+      Guarded([this](BlePublisherStatus status, BleError err) {
         PostToMainLooper(
             [this, status, err] {
               QV_LOG(kInformation) << "broadcast publisher status changed, status: "
@@ -91,7 +103,7 @@ void BleWrapper::RegisterBroadcastPublisherStatusChangedCB() {
               publisher_status_ = status;
               if (need_restart_broadcast_ && status == BlePublisherStatus::kStopped) {
                 QV_LOG(kInformation) << "restart broadcast";
-                Swallow([this] { InnerStartBroadcast(); });
+                InnerStartBroadcast();
                 need_restart_broadcast_ = false;
               }
             },
@@ -110,7 +122,7 @@ void BleWrapper::DoPublisherStatusChangedInfo(BlePublisherStatus status, BleErro
   }
   if (delegate_ != nullptr) delegate_->OnStatusInfo(info.ToStyledString(nullptr));
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
+  QV_LOG_FAILURE();
 }
 
 }  // namespace quorvel_service

@@ -1,11 +1,19 @@
-#include <plenar_base/deviceinfo.h>
-#include <plenar_base/time.h>
+#include <cassert>
+#include <cstdint>
+#include <optional>
 
+#include <plenar_base/location.h>
+#include <plenar_base/time.h>
+#include <plenar_base/timer.h>
+#include <plenar_ble_api/ble_api.h>
+
+#include "framework/guard.h"
+#include "framework/log_writer.h"
+#include "framework/main_looper.h"
 #include "framework/process_end.h"
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
-#include "services/implement/windows_ble/src/windows/build_settings.h"
-#include "services/implement/windows_ble/src/windows/wrapper_support.h"
 
 namespace quorvel_service {
 namespace {
@@ -15,13 +23,6 @@ using util::time::GetServerTimestamp;
 
 constexpr std::int32_t kLongRetryBudget = 10;
 constexpr std::uint64_t kSecondsPerDay = 86400;
-
-/// The adapter's state for a re-check, for which a library that throws is one more failed check.
-BleError CheckAdapter() noexcept {
-  BleError err{BleApiTable::kRefused};
-  Swallow([&] { err = BleApi().Call<&BleApiTable::BleCheckState>(); });
-  return err;
-}
 
 }  // namespace
 
@@ -48,47 +49,13 @@ BleWrapper::~BleWrapper() {
 }
 
 std::int32_t BleWrapper::Init(std::int32_t retry_time) noexcept try {
-  retry_time_ = retry_time;
-  if (inited_) {
-    QV_LOG(kError) << "ble is already inited, retry_time = " << retry_time;
-    return windows_ble::result::kSuccess;
-  }
-  if (!util::deviceinfo::IsWin10OrLater()) {
-    QV_LOG(kError) << "current windows version is not win10 or later";
-    return windows_ble::result::kWindowsTooOld;
-  }
-  if (!CheckSignature(build_settings::kBleApiLibrary)) {
-    QV_LOG(kError) << "dll signature is illegal";
-    return windows_ble::result::kLibraryFailure;
-  }
-  const HMODULE library = ::LoadLibraryA(build_settings::kBleApiLibrary);
-  if (library == nullptr) {
-    QV_LOG_TAKING(kError, error, static_cast<std::uint32_t>(::GetLastError()))
-        << "load lib failed, error: " << error;
-    return windows_ble::result::kLibraryFailure;
-  }
-  BleApiTable& api = BleApi();
-  if (const BleApiBinding* const missing = api.Bind(library)) {
-    if (missing->logs_error_code) {
-      QV_LOG_TAKING(kError, error, static_cast<std::uint32_t>(::GetLastError()))
-          << missing->failure_line << error;
-    } else if (missing->failure_line != nullptr) {
-      QV_LOG(kError) << missing->failure_line;
-    }
-    QV_LOG(kError) << "load func failed.";
-    api.Unload();
-    return windows_ble::result::kLibraryFailure;
-  }
-  // Without its log lines the library serves as well.
-  Swallow([&] { api.Call<&BleApiTable::BleSetLogFunc>(&ForwardLibraryLog); });
-
+  assert(IsOnMainLooper());
+  if (const std::optional<std::int32_t> result = Load(retry_time)) return *result;
   QV_LOG(kInformation) << "start ble init...,retry_time = " << retry_time;
-  int ret = BleApiTable::kRefused;
-  Swallow([&] { ret = api.Call<&BleApiTable::BleInit>(std::uintptr_t{0}); });
-  if (ret != 0) {
+  const BleApiTable& api = BleApi();
+  if (const int ret = api.Call<&BleApiTable::BleInit>(std::uintptr_t{0}); ret != 0) {
     QV_LOG(kError) << "ble init failed, ret: " << ret;
-    Swallow([&] { api.Call<&BleApiTable::BleUnInit>(); });
-    api.Unload();
+    TakeDown();
     return windows_ble::result::kLibraryFailure;
   }
   if (const BleError err = api.Call<&BleApiTable::BleCheckState>(); err != BleError::kNone) {
@@ -103,26 +70,28 @@ std::int32_t BleWrapper::Init(std::int32_t retry_time) noexcept try {
   inited_ = true;
   return windows_ble::result::kSuccess;
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
+  QV_LOG_FAILURE();
+  TakeDown();
   return windows_ble::result::kLibraryFailure;
 }
 
-std::int32_t BleWrapper::UnInit() noexcept try {
+std::int32_t BleWrapper::UnInit() noexcept {
+  assert(IsOnMainLooper());
   if (!inited_) {
     QV_LOG(kError) << "ble is not inited";
     return windows_ble::result::kNotInitialised;
   }
   QV_LOG(kInformation) << "start ble uninit...";
-  const auto failure = Attempt([] { BleApi().Call<&BleApiTable::BleUnInit>(); });
-  BleApi().Unload();
-  DestroyMessageWindow();
+  TakeDown();
   QV_LOG(kInformation) << "ble uninit success";
   inited_ = false;
-  Rethrow(failure);
   return windows_ble::result::kSuccess;
-} catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
-  return windows_ble::result::kLibraryFailure;
+}
+
+void BleWrapper::TakeDown() noexcept {
+  BleApi().Call<&BleApiTable::BleUnInit>();
+  BleApi().Unload();
+  DestroyMessageWindow();
 }
 
 void BleWrapper::CompleteSetUp() {
@@ -136,7 +105,7 @@ void BleWrapper::StartInitCheckTimer(std::uint64_t interval) {
   QV_LOG(kInformation) << "enter, has_retry_time_ = " << has_retry_time_
                        << ",retry_time_ = " << retry_time_;
   if (init_check_timer_ == nullptr && has_retry_time_ < retry_time_) {
-    init_check_timer_ = base::threading::CreateTimer(Swallowing([this] { DoInitCheckCallback(); }),
+    init_check_timer_ = base::threading::CreateTimer(Guarded([this] { DoInitCheckCallback(); }),
                                                      base::Location(__FILE__, __LINE__));
   }
   if (retry_time_ >= kLongRetryBudget) interval = long_retry_interval_;
@@ -153,19 +122,15 @@ void BleWrapper::StopInitCheckTimer() {
 void BleWrapper::DoInitCheckCallback() {
   if (has_retry_time_ == 0) first_retry_timestamp_ = GetServerTimestamp(ClockType::kSeconds);
   ++has_retry_time_;
-  if (CheckAdapter() == BleError::kNone) {
+  if (BleApi().Call<&BleApiTable::BleCheckState>() == BleError::kNone) {
     StopInitCheckTimer();
-    if (const auto failure = Attempt([this] { CompleteSetUp(); })) {
-      QV_LOG_FAILURE(failure);
-      StartInitCheckTimer(retry_interval_);  // one more failed check
-    } else {
-      QV_LOG(kInformation) << "ble init success";
-      inited_ = true;
-      CheckBleState(true, false);
-      retry_report_pending_ = true;
-      ReportRetryInfo(true, has_retry_time_);
-      has_retry_time_ = 0;
-    }
+    CompleteSetUp();
+    QV_LOG(kInformation) << "ble init success";
+    inited_ = true;
+    CheckBleState(true, false);
+    retry_report_pending_ = true;
+    ReportRetryInfo(true, has_retry_time_);
+    has_retry_time_ = 0;
   }
   // Unsigned on purpose: a clock that was set back to before the first check starts a new period
   // too.

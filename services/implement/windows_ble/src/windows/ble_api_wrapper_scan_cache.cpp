@@ -1,10 +1,23 @@
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include <plenar_base/crypto.h>
 #include <plenar_base/json.h>
+#include <plenar_base/location.h>
 #include <plenar_base/time.h>
+#include <plenar_ble_api/ble_api.h>
 
+#include "framework/guard.h"
+#include "framework/log_writer.h"
+#include "framework/main_looper.h"
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
-#include "services/implement/windows_ble/src/windows/wrapper_support.h"
+#include "services/implement/windows_ble/src/windows/scan_cache.h"
 
 namespace quorvel_service {
 namespace {
@@ -54,7 +67,7 @@ JsonValue MakeDeviceRecord(const ScanCacheItem& item) {
 
 void BleWrapper::RegisterBroadcastReceivedCB() {
   BleApi().Call<&BleApiTable::BleClientSetReceivedBroadcastCB>(
-      Swallowing([this](const BleBroadcastInfo& received) {
+      Guarded([this](const BleBroadcastInfo& received) {
         if (!watch_filter_.Matches(received)) return;
         PostToMainLooper(
             [this, info = received]() mutable {
@@ -79,6 +92,7 @@ void BleWrapper::CheckIsGettingCache() {
 }
 
 std::int32_t BleWrapper::GetBleScanCache() noexcept {
+  assert(IsOnMainLooper());
   QV_LOG(kInformation) << "get ble scan cache";
   is_getting_cache_ = true;
   return windows_ble::result::kSuccess;
@@ -88,20 +102,20 @@ void BleWrapper::DoScanCallback() noexcept try {
   const std::uint64_t now = util::time::GetTimestamp();
   if (scan_mode_ == 0) scan_cache_.RemoveExpired(now);
   JsonValue devices(JsonType::kArray);
-  for (const auto& [address, device] : scan_cache_) {
-    JsonValue record = MakeDeviceRecord(device.item);
-    const JsonValue advertise_data = MakeBase64Array(device.item.advertise_data);
+  for (const ScanCacheItem* const item : scan_cache_.InOrder()) {
+    JsonValue record = MakeDeviceRecord(*item);
+    const JsonValue advertise_data = MakeBase64Array(item->advertise_data);
     record.SetJsonObject("advertise_data", advertise_data);
     QV_LOG(kInformation) << record.ToStyledString(nullptr)
                          << advertise_data.ToStyledString(nullptr);
-    record.SetJsonObject("uuids", MakeBase64Array(device.item.uuids));
+    record.SetJsonObject("uuids", MakeBase64Array(item->uuids));
     devices.AddaJsonObject(record);
   }
   if (delegate_ == nullptr) return;
   delegate_->OnDeviceJson(devices.ToStyledString(nullptr));
   if (continue_callback_enable_ || scan_mode_ == 1) scan_cache_.Clear();
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
+  QV_LOG_FAILURE();
 }
 
 }  // namespace quorvel_service

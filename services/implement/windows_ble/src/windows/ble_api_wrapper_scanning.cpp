@@ -1,8 +1,18 @@
+#include <cassert>
+#include <cstdint>
 #include <iterator>
+#include <string>
 
+#include <plenar_base/location.h>
+#include <plenar_base/timer.h>
+#include <plenar_ble_api/ble_api.h>
+
+#include "framework/guard.h"
+#include "framework/log_writer.h"
+#include "framework/main_looper.h"
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
-#include "services/implement/windows_ble/src/windows/wrapper_support.h"
 
 namespace quorvel_service {
 namespace {
@@ -22,6 +32,7 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
                                                 std::uint32_t scan_mode,
                                                 bool continue_callback_enable,
                                                 std::uint64_t broadcast_cb_interval) noexcept try {
+  assert(IsOnMainLooper());
   if (!inited_) {
     QV_LOG(kError) << "ble is not inited";
     return windows_ble::result::kNotInitialised;
@@ -34,10 +45,8 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
   if (!start) {
     if (watcher_status_ == kWatcherStarted) {
       watcher_status_ = kWatcherStopping;
-      const auto failure =
-          Attempt([] { BleApi().Call<&BleApiTable::BleClientStopWatchBroadcast>(); });
+      BleApi().Call<&BleApiTable::BleClientStopWatchBroadcast>();
       StartStoppedCheckTimer(kStoppedCheckDelayMs);
-      Rethrow(failure);
     }
     return windows_ble::result::kSuccess;
   }
@@ -58,31 +67,30 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
   }
   return InnerWatchBroadcast();
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
+  QV_LOG_FAILURE();
   return windows_ble::result::kLibraryFailure;
 }
 
-std::int32_t BleWrapper::InnerWatchBroadcast() {
+std::int32_t BleWrapper::InnerWatchBroadcast() noexcept try {
   if (continue_callback_enable_ || scan_mode_ == 1) {
     StartBroadcastCBTimer(broadcast_cb_interval_);
   } else {
     StopBroadcastCBTimer();
   }
-  int result = BleApiTable::kRefused;
-  const auto failure = Attempt([&] {
-    const BleApiTable& api = BleApi();
-    api.Call<&BleApiTable::BleClientSetScanMode>(scan_mode_);
-    result = api.Call<&BleApiTable::BleClientStartWatchBroadcast>();
-  });
+  const BleApiTable& api = BleApi();
+  api.Call<&BleApiTable::BleClientSetScanMode>(scan_mode_);
+  const int result = api.Call<&BleApiTable::BleClientStartWatchBroadcast>();
   // Also when refused, so that a later stop still reaches the library.
   watcher_status_ = kWatcherStarted;
   QV_LOG(kInformation) << "ble watch broadcast result: " << result;
-  Rethrow(failure);
   return result == 0 ? windows_ble::result::kSuccess : windows_ble::result::kLibraryFailure;
+} catch (...) {
+  QV_LOG_FAILURE();
+  return windows_ble::result::kLibraryFailure;
 }
 
 void BleWrapper::RegisterBroadcastWatherStoppedCB() {
-  BleApi().Call<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>(Swallowing([this](BleError err) {
+  BleApi().Call<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>(Guarded([this](BleError err) {
     PostToMainLooper(
         [this, err] {
           QV_LOG(kInformation) << "broadcast wather stopped, err: "
@@ -98,7 +106,7 @@ void BleWrapper::OnBroadcastWatherStopped() {
   watcher_status_ = kWatcherStopped;
   if (need_to_watch_broadcast_) {
     QV_LOG(kInformation) << "rewatch broadcast";
-    Swallow([this] { InnerWatchBroadcast(); });
+    InnerWatchBroadcast();
     need_to_watch_broadcast_ = false;
   }
 }
@@ -106,7 +114,7 @@ void BleWrapper::OnBroadcastWatherStopped() {
 void BleWrapper::StartStoppedCheckTimer(std::uint64_t delay) {
   if (stopped_check_timer_ == nullptr) {
     stopped_check_timer_ = base::threading::CreateTimer(
-        Swallowing([this] {
+        Guarded([this] {
           QV_LOG(kInformation) << "need_to_watch_broadcast_:" << need_to_watch_broadcast_;
           if (need_to_watch_broadcast_) {
             OnBroadcastWatherStopped();
@@ -122,7 +130,7 @@ void BleWrapper::StartStoppedCheckTimer(std::uint64_t delay) {
 void BleWrapper::StartBroadcastCBTimer(std::uint64_t interval) {
   QV_LOG(kInformation) << "enter";
   if (broadcast_cb_timer_ == nullptr) {
-    broadcast_cb_timer_ = base::threading::CreateTimer(Swallowing([this] {
+    broadcast_cb_timer_ = base::threading::CreateTimer(Guarded([this] {
                                                          if (!has_new_scan_result_) return;
                                                          has_new_scan_result_ = false;
                                                          DoScanCallback();

@@ -4,14 +4,19 @@
 #include <dbt.h>
 #include <setupapi.h>
 
+#include <cassert>
+#include <cstdint>
 #include <optional>
 #include <string>
 
 #include <plenar_base/json.h>
+#include <plenar_ble_api/ble_api.h>
 
+#include "framework/log_writer.h"
+#include "framework/main_looper.h"
+#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
-#include "services/implement/windows_ble/src/windows/wrapper_support.h"
 
 namespace quorvel_service {
 namespace {
@@ -70,6 +75,7 @@ std::optional<DWORD> WriteScanEnable(const char* device_id) {
 
 std::int32_t BleWrapper::CheckBleState(bool report_to_delegate,
                                        bool need_check_discoverable) noexcept try {
+  assert(IsOnMainLooper());
   if (!inited_) {
     QV_LOG(kError) << "ble is not inited";
     return windows_ble::result::kNotInitialised;
@@ -99,7 +105,7 @@ std::int32_t BleWrapper::CheckBleState(bool report_to_delegate,
   if (retry_report_pending_ && !delivering_retry_info_) ReportRetryInfo(true, has_retry_time_);
   return state;
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());
+  QV_LOG_FAILURE();
   return windows_ble::result::kLibraryFailure;
 }
 
@@ -118,7 +124,7 @@ bool BleWrapper::CheckBleRadioIsDiscoverable() const {
   const DeviceSet devices(::SetupDiGetClassDevsA(&kRadioInterfaceClass, nullptr, nullptr,
                                                  DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
   if (!devices.IsValid()) {
-    QV_LOG_TAKING(kError, error, static_cast<std::uint32_t>(::GetLastError()))
+    QV_LOG_TAKING(kError, __func__, error, static_cast<std::uint32_t>(::GetLastError()))
         << "SetupDiGetClassDevs failed, system error: " << error;
     return false;
   }
@@ -147,7 +153,7 @@ void BleWrapper::ReportRetryInfo(bool is_success, std::int32_t retry_time) noexc
   delivering_retry_info_ = false;
   retry_report_pending_ = false;
 } catch (...) {
-  QV_LOG_FAILURE(std::current_exception());  // the report stays owed
+  QV_LOG_FAILURE();  // the report stays owed
 }
 
 void BleWrapper::CreateMessageWindow() {

@@ -1,5 +1,7 @@
 #include "services/implement/windows_ble/src/windows/scan_cache.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace quorvel_service {
@@ -10,40 +12,51 @@ constexpr std::uint64_t kFreshSeconds = 20;
 }  // namespace
 
 void ScanCache::Store(ScanCacheItem item) {
-  const auto [found, is_new] = devices_.try_emplace(item.device_id);
-  Device& device = found->second;
+  // The last place, unless the clock was set back.
+  auto place = items_.end();
+  while (place != items_.begin() && std::prev(place)->timestamp > item.timestamp) --place;
+
+  const auto stored = items_.insert(place, std::move(item));
+  if (auto known = places_.extract(stored->device_id)) {
+    items_.erase(known.mapped());
+    known.key() = stored->device_id;
+    known.mapped() = stored;
+    places_.insert(std::move(known));
+    return;
+  }
   try {
-    const auto age = ages_.emplace(item.timestamp, &found->first);
-    if (!is_new) ages_.erase(device.age);
-    device.age = age;
+    places_.emplace(stored->device_id, stored);
   } catch (...) {
-    if (is_new) devices_.erase(found);
+    items_.erase(stored);
     throw;
   }
-  device.item = std::move(item);
 }
 
 void ScanCache::RemoveExpired(std::uint64_t now) {
-  const std::uint64_t oldest_fresh = now - kFreshSeconds;
-  // The usual case, told by both ends of the index whatever its size: everything is fresh.
-  if (ages_.empty() || (oldest_fresh <= ages_.begin()->first && ages_.rbegin()->first <= now))
-    return;
-  if (oldest_fresh <= now) {
-    Remove(ages_.begin(), ages_.lower_bound(oldest_fresh));
-    Remove(ages_.upper_bound(now), ages_.end());
-  } else {  // within the first seconds of the clock's range the fresh stamps wrap around its end
-    Remove(ages_.upper_bound(now), ages_.lower_bound(oldest_fresh));
-  }
+  const auto is_expired = [now](const ScanCacheItem& item) {
+    return now - item.timestamp > kFreshSeconds;
+  };
+  while (!items_.empty() && is_expired(items_.front())) Remove(items_.begin());
+  while (!items_.empty() && is_expired(items_.back())) Remove(std::prev(items_.end()));
 }
 
 void ScanCache::Clear() noexcept {
-  ages_.clear();
-  devices_.clear();
+  places_.clear();
+  items_.clear();
 }
 
-void ScanCache::Remove(Ages::iterator first, Ages::iterator last) {
-  for (auto age = first; age != last; ++age) devices_.erase(devices_.find(*age->second));
-  ages_.erase(first, last);
+std::vector<const ScanCacheItem*> ScanCache::InOrder() const {
+  std::vector<const ScanCacheItem*> ordered;
+  ordered.reserve(items_.size());
+  for (const ScanCacheItem& item : items_) ordered.push_back(&item);
+  std::ranges::sort(
+      ordered, {}, [](const ScanCacheItem* item) -> const std::string& { return item->device_id; });
+  return ordered;
+}
+
+void ScanCache::Remove(Items::iterator item) {
+  places_.erase(item->device_id);
+  items_.erase(item);
 }
 
 }  // namespace quorvel_service

@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <list>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace quorvel_service {
@@ -21,16 +23,9 @@ struct ScanCacheItem {
   std::uint64_t timestamp = 0;  ///< Seconds of wall-clock time at which it was cached.
 };
 
-/// The devices heard, in the byte order of their addresses. The number of devices is not limited,
-/// so an index by age keeps the cost of a sweep to what it removes. [main looper]
+/// The devices heard. Their number is not limited, so what storing and a sweep cost does not depend
+/// on it. [main looper]
 class ScanCache {
-  using Ages = std::multimap<std::uint64_t, const std::string*>;  // time stamp to address
-
-  struct Device {
-    ScanCacheItem item;
-    Ages::iterator age;
-  };
-
  public:
   /// Stores an item under its device, replacing one that is there.
   void Store(ScanCacheItem item);
@@ -41,17 +36,19 @@ class ScanCache {
 
   void Clear() noexcept;
 
-  [[nodiscard]] bool IsEmpty() const noexcept { return devices_.empty(); }
-  [[nodiscard]] std::size_t Size() const noexcept { return devices_.size(); }
+  [[nodiscard]] bool IsEmpty() const noexcept { return items_.empty(); }
+  [[nodiscard]] std::size_t Size() const noexcept { return items_.size(); }
 
-  [[nodiscard]] auto begin() const noexcept { return devices_.begin(); }
-  [[nodiscard]] auto end() const noexcept { return devices_.end(); }
+  /// The items in the byte order of their addresses, valid until the cache is changed.
+  [[nodiscard]] std::vector<const ScanCacheItem*> InOrder() const;
 
  private:
-  void Remove(Ages::iterator first, Ages::iterator last);
+  using Items = std::list<ScanCacheItem>;
 
-  std::map<std::string, Device> devices_;
-  Ages ages_;
+  void Remove(Items::iterator item);
+
+  Items items_;                                                   // the oldest time stamp first
+  std::unordered_map<std::string_view, Items::iterator> places_;  // by the items' own `device_id`
 };
 
 }  // namespace quorvel_service

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace quorvel_service {
+
+/// The company identifier of the product's manufacturer data, which begins with the bytes of a
+/// UUID.
+inline constexpr std::uint16_t kCompanyId = 0x7E51;
 
 inline constexpr std::size_t kUuidByteCount = 16;
 

@@ -3,34 +3,73 @@
 #include <algorithm>
 #include <utility>
 
-#include "services/implement/windows_ble/src/windows/uuid.h"
+// When a snapshot is freed
+//
+// A reader counts itself in (1), loads `current_` (2), looks at the snapshot and counts itself out
+// (3). The main looper thread stores another pointer (4) and later finds a counter at 0 (5).
+//
+// Say that a reader got the old pointer. (1), (2), (4) and (5) are sequentially consistent, and in
+// their one order (2) comes before (4), or else it would have got the new pointer. So (1) is before
+// (5), which therefore counts that reader in and, since it finds 0, out again: it has seen the
+// release (3), and all that the reader read lies before it.
+//
+// Hence a snapshot is out of reach once every counter was found at 0, each at some moment after
+// (4). Under unbroken traffic a counter in use may never be. Therefore readers count on one of two
+// sides: the other one runs empty, whereupon the sides change and the first one runs empty. A
+// reader that took the number of the side long ago and counts itself in late does no harm: what
+// was said holds for any counter.
 
 namespace quorvel_service {
 
 void WatchFilter::Watch(const std::string& uuid) {
-  if (!kept_.empty() && kept_.back()->text == uuid) return;
-  kept_.push_back(std::make_unique<const Snapshot>(Snapshot{uuid, UuidStringToBytes(uuid)}));
-  current_.store(kept_.back().get());
-  // A reader that comes after this store sees the new snapshot. With no reader inside now, the old
-  // ones are out of reach; otherwise a later change frees them.
-  if (readers_.load() == 0) kept_.erase(kept_.begin(), kept_.end() - 1);
+  if (watched_ == nullptr ? uuid.empty() : watched_->text == uuid) return;
+  std::unique_ptr<Snapshot> next;
+  if (!uuid.empty()) {
+    next = std::make_unique<Snapshot>(Snapshot{uuid, {}});
+    std::ranges::copy(UuidStringToBytes(uuid), next->bytes.begin());
+  }
+  retired_.reserve(retired_.size() + 1);  // nothing behind this throws
+  current_.store(next.get());
+  retired_.push_back(std::exchange(watched_, std::move(next)));
+  // Without readers inside both sides are found empty.
+  FreeWhatNobodyReads();
+  FreeWhatNobodyReads();
+}
+
+void WatchFilter::FreeWhatNobodyReads() noexcept {
+  const unsigned idle_side = 1 - side_.load(std::memory_order_relaxed);
+  for (const Readers& readers : readers_) {
+    if (readers.count[idle_side].load() != 0) return;
+  }
+  // For those that were draining, the other side was found empty when they were put there.
+  draining_ = std::exchange(retired_, {});
+  side_.store(idle_side, std::memory_order_relaxed);
+}
+
+WatchFilter::Readers& WatchFilter::ReadersOfThisThread() const noexcept {
+  // Threads are told apart by their stacks, which costs nothing. It need not be exact.
+  const char here = 0;
+  const auto place = std::uint64_t{reinterpret_cast<std::uintptr_t>(&here)} >> 16;
+  return readers_[(place * 0x9E3779B97F4A7C15u) >> 60];
 }
 
 bool WatchFilter::Matches(const BleBroadcastInfo& info) const noexcept {
-  readers_.fetch_add(1);
-  const Snapshot* const watched = current_.load();
-  const bool matches = watched != nullptr && Matches(*watched, info);
-  readers_.fetch_sub(1);
-  return matches;
-}
-
-bool WatchFilter::Matches(const Snapshot& watched, const BleBroadcastInfo& info) noexcept {
-  if (watched.text.empty()) return false;
-  const auto& uuids = info.service_uuids;
-  if (std::find(uuids.begin(), uuids.end(), watched.text) != uuids.end()) return true;
   const auto entry = info.manufacturer_data.find(kCompanyId);
-  return entry != info.manufacturer_data.end() && entry->second.size() >= watched.bytes.size() &&
-         std::equal(watched.bytes.begin(), watched.bytes.end(), entry->second.begin());
+  const bool has_our_data =
+      entry != info.manufacturer_data.end() && entry->second.size() >= kUuidByteCount;
+  if (info.service_uuids.empty() && !has_our_data) return false;
+
+  auto& count = ReadersOfThisThread().count[side_.load(std::memory_order_relaxed)];
+  count.fetch_add(1);
+  const Snapshot* const watched = current_.load();
+  const bool matches =
+      watched != nullptr &&
+      (std::ranges::find(info.service_uuids, watched->text) != info.service_uuids.end() ||
+       (has_our_data &&
+        std::ranges::equal(watched->bytes.begin(), watched->bytes.end(), entry->second.begin(),
+                           entry->second.begin() + kUuidByteCount)));
+  count.fetch_sub(1, std::memory_order_release);
+  return matches;
 }
 
 }  // namespace quorvel_service

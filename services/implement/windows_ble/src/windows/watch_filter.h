@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -8,14 +9,14 @@
 
 #include <plenar_ble_api/ble_api.h>
 
+#include "services/implement/windows_ble/src/windows/uuid.h"
+
 namespace quorvel_service {
 
-/// The company identifier of the product's manufacturer data.
-inline constexpr std::uint16_t kCompanyId = 0x7E51;
-
 /// Picks out the broadcasts that carry the watched UUID, on the library's threads, while the main
-/// looper thread may watch another one. Matching takes no lock and allocates nothing; it works on
-/// an immutable snapshot, so no broadcast is ever compared with a half-assigned text.
+/// looper thread may watch another one. Matching works on an immutable snapshot, so no broadcast is
+/// ever compared with a half-assigned text. It takes no lock and allocates nothing, and its threads
+/// do not slow each other.
 class WatchFilter {
  public:
   WatchFilter() = default;
@@ -32,15 +33,28 @@ class WatchFilter {
  private:
   struct Snapshot {
     std::string text;
-    std::vector<std::uint8_t> bytes;
+    std::array<std::uint8_t, kUuidByteCount> bytes;
+  };
+  using Snapshots = std::vector<std::unique_ptr<const Snapshot>>;
+
+  /// Counts the readers inside, on the side that was in use when each came. On a cache line of its
+  /// own.
+  struct alignas(64) Readers {
+    std::atomic<std::uint32_t> count[2]{};
   };
 
-  static bool Matches(const Snapshot& watched, const BleBroadcastInfo& info) noexcept;
+  [[nodiscard]] Readers& ReadersOfThisThread() const noexcept;
+  void FreeWhatNobodyReads() noexcept;
 
-  std::atomic<const Snapshot*> current_{nullptr};
-  mutable std::atomic<std::uint32_t> readers_{0};
-  // Every snapshot that a reader may still look at; the last one is the current one.
-  std::vector<std::unique_ptr<const Snapshot>> kept_;
+  // Read by any thread.
+  std::atomic<const Snapshot*> current_{nullptr};  // null: nothing is watched
+  std::atomic<unsigned> side_{0};                  // where readers are counted now
+  mutable std::array<Readers, 16> readers_;
+
+  // The main looper thread's.
+  std::unique_ptr<const Snapshot> watched_;  // what `current_` points to
+  Snapshots retired_;                        // taken out of `current_` since the sides changed
+  Snapshots draining_;                       // and before that
 };
 
 }  // namespace quorvel_service
