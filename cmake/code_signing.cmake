@@ -45,10 +45,6 @@ function(qvs_sign_library target)
   # What is signed is what gets installed: installing must not edit the file's run path.
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 
-  if(NOT WIN32)
-    install(FILES $<TARGET_FILE:${target}>.p7s ${QVS_TRUST_STORE}
-      DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-  endif()
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -D FOLDER=${QVS_SIGNING_IDENTITY} -D FILE=$<TARGET_FILE:${target}>
       -D SIGNATURE=${QVS_SIGNATURE} -P ${QVS_SIGNING_SCRIPTS}/sign_file.cmake

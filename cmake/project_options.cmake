@@ -38,7 +38,8 @@ if(MSVC)
     /W4 /WX /permissive- /utf-8 /EHsc /wd4251 /wd4275 /d1trimfile:${PROJECT_SOURCE_DIR}/)
 else()
   # No path of the machine that built them stands in the binaries.
-  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>
+    $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_BINARY_DIR}/=>)
   target_compile_options(qvs_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
     -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
@@ -51,6 +52,8 @@ if(WIN32)
   add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
 endif()
 if(MINGW)
+  # Lines and functions only: what a stack trace of a user's needs.
+  add_compile_options($<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-g1>)
   # The run-time libraries that are not part of Windows are linked in.
   add_link_options(-static)
 endif()

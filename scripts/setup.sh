@@ -9,6 +9,7 @@ fail() {
 }
 
 build_packages=(g++ cmake ninja-build openssl libssl-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
+windows_packages=(g++-mingw-w64-x86-64-posix googletest osslsigncode wine64)
 # What the benchmarks measure with, and measure beside.
 benchmark_packages=(libbenchmark-dev rapidjson-dev nlohmann-json3-dev libjsoncpp-dev libspdlog-dev libuv1-dev libasio-dev qtbase5-dev gnuplot-nox)
 

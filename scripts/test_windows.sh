@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/setup.sh
 
-install_missing "${build_packages[@]}" g++-mingw-w64-x86-64-posix googletest osslsigncode wine64
+install_missing "${build_packages[@]}" "${windows_packages[@]}"
 configure_and_build debug qvs_host # which the one for Windows is to hear, and to be heard by
 configure_and_build windows
 
