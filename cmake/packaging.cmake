@@ -93,8 +93,8 @@ endif()
 install(FILES THIRD_PARTY_NOTICES.md DESTINATION ${document_folder} COMPONENT runtime)
 install(DIRECTORY docs DESTINATION ${document_folder} COMPONENT development
   PATTERN windows_package.md EXCLUDE)
-install(FILES examples/minimal_host.cpp DESTINATION ${document_folder}/examples
-  COMPONENT development)
+install(DIRECTORY examples DESTINATION ${document_folder} COMPONENT development
+  FILES_MATCHING PATTERN "*.cpp" PATTERN package/CMakeLists.txt)
 
 # The zips.
 set(CPACK_GENERATOR ZIP)

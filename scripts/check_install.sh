@@ -9,6 +9,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${1:?usage: scripts/check_install.sh BUILD_FOLDER [TOOLCHAIN_FILE EMULATOR...]}
 toolchain=${2:+-DCMAKE_TOOLCHAIN_FILE=$PWD/$2}
 emulator=("${@:3}")
+exe=${2:+.exe}
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
 
@@ -16,13 +17,13 @@ trap 'rm -rf "$prefix"' EXIT
 run() { "${emulator[@]}" "$@" >"$prefix/output.txt" 2>&1 || fail "$*: $(tail -n 1 "$prefix/output.txt")"; }
 
 cmake --install "$build" --prefix "$prefix" >/dev/null || fail "could not install $build"
-run "$prefix/bin/qvs_host"* demo
+run "$prefix/bin/qvs_host$exe" demo
 
 cmake -S examples/package -B "$prefix/consumer" -G Ninja ${toolchain:+"$toolchain"} \
   -D qvs_windows_ble_DIR="$prefix/lib/cmake/qvs_windows_ble" >"$prefix/output.txt" 2>&1 &&
   cmake --build "$prefix/consumer" >"$prefix/output.txt" 2>&1 ||
   fail "the example does not build with the CMake package: $(tail -n 3 "$prefix/output.txt")"
-run "$prefix/consumer/minimal_host"*
+run "$prefix/consumer/minimal_host$exe"
 
 if [ -z "$toolchain" ]; then
   install_missing pkg-config
