@@ -13,7 +13,10 @@ std::atomic<std::ptrdiff_t> live{0};
 
 // The other forms of the standard library come down to these.
 void* operator new(std::size_t size) {
-  void* const block = std::malloc(size == 0 ? 1 : size);
+  using qvs_test::allocations_until_failure;
+  const bool fails = qvs_test::allocations_may_fail && allocations_until_failure != 0 &&
+                     --allocations_until_failure == 0;
+  void* const block = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (block == nullptr) throw std::bad_alloc();
   ++taken;
   ++live;

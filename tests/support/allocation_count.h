@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 namespace qvs_test {
 
@@ -10,5 +11,23 @@ std::size_t AllocationCount() noexcept;
 
 /// How many blocks taken with `new` were not given back yet, over all threads.
 std::ptrdiff_t LiveAllocations() noexcept;
+
+/// Of the calling thread's allocations that may fail, how many there are until one does; 0: none
+/// will.
+inline thread_local std::size_t allocations_until_failure = 0;
+inline thread_local bool allocations_may_fail = false;
+
+/// Says, for as long as it lives, whether the thread's allocations may fail: those of the tested
+/// code may, those of the test may not.
+class AllocationsMayFail {
+ public:
+  explicit AllocationsMayFail(bool may) : before_(std::exchange(allocations_may_fail, may)) {}
+  AllocationsMayFail(const AllocationsMayFail&) = delete;
+  AllocationsMayFail& operator=(const AllocationsMayFail&) = delete;
+  ~AllocationsMayFail() { allocations_may_fail = before_; }
+
+ private:
+  bool before_;
+};
 
 }  // namespace qvs_test

@@ -1,7 +1,10 @@
 #include "tests/support/module_test.h"
 
-#include <plenar_base/log_sink.h>
+#include <regex>
+
 #include <plenar_base/time_source.h>
+
+#include "tests/support/allocation_count.h"
 
 // Of the leak checker, when the build has one.
 extern "C" [[gnu::weak]] void __lsan_disable();
@@ -32,30 +35,27 @@ class ModuleTest::RadioInTime final : public base::time::SimulatedTimeParticipan
 ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) {
   base::time::SetTimeSource(time_);
   looper_.emplace();
-  sink_ = std::make_shared<RecordingSink>(recorder_);
   base::log::AddLogSink(sink_);
   base::log::SetLogLevel(6);
 
   pc_.Reset();
   pc_.SetCallObserver([this](std::string_view call, const std::string& arguments) {
-    recorder_.Add(kWindows, "win " + std::string(call) + '(' + arguments + ')');
+    static const std::regex handle("0x[0-9a-f]+");
+    recorder_.Add(kWindows, "win " + std::string(call) + '(' +
+                                std::regex_replace(arguments, handle, "*") + ')');
   });
 
   ble_api_.emplace(kBleApi);
   using plenar_ble_control::kControlExport, plenar_ble_control::PlenarBleControlFunction;
   radio_ = ble_api_->Get<PlenarBleControlFunction>(kControlExport)();
-  ResetRadio();
-  radio_in_time_ = std::make_unique<RadioInTime>(*radio_);
-  time_->AddParticipant(*radio_in_time_);
-}
-
-void ModuleTest::ResetRadio() {
   radio_->Reset();
   radio_->SetAir(plenar_ble_control::Air::kInProcess);
   radio_->UseManualTime(time_->SteadyMilliseconds());
   radio_->SetCallObserver([this](std::string_view function, const std::string& arguments) {
     recorder_.Add(kBle, "ble " + std::string(function) + '(' + arguments + ')');
   });
+  radio_in_time_ = std::make_unique<RadioInTime>(*radio_);
+  time_->AddParticipant(*radio_in_time_);
 }
 
 ModuleTest::~ModuleTest() {
@@ -73,6 +73,7 @@ ModuleTest::~ModuleTest() {
 void ModuleTest::LoadModule() {
   // The service factory is never destroyed, and nothing refers to it after the module was unloaded.
   if (__lsan_disable != nullptr) __lsan_disable();
+  const AllocationsMayFail tested(true);
   module_.emplace(kModule);
   if (__lsan_enable != nullptr) __lsan_enable();
   create_ = module_->Get<quorvel_service::QVCreateServiceFunction>("QVCreateService");
@@ -82,12 +83,17 @@ void ModuleTest::LoadModule() {
 void ModuleTest::UnloadModule() {
   while (!services_.empty()) DestroyService(services_.back());
   Settle();
+  const AllocationsMayFail tested(true);
   module_.reset();
 }
 
 quorvel_service::IService* ModuleTest::CreateService() {
-  auto* const service = create_(quorvel_service::windows_ble::kServiceName);
-  EXPECT_NE(service, nullptr);
+  quorvel_service::IService* service = nullptr;
+  {
+    const AllocationsMayFail tested(true);
+    service = create_(quorvel_service::windows_ble::kServiceName);
+  }
+  if (service == nullptr) return nullptr;
   services_.push_back(service);
   service->AddListener(&listener_);
   return service;
@@ -96,6 +102,7 @@ quorvel_service::IService* ModuleTest::CreateService() {
 void ModuleTest::DestroyService(quorvel_service::IService* service) {
   std::erase(services_, service);
   if (service == service_) service_ = nullptr;
+  const AllocationsMayFail tested(true);
   destroy_(service);
 }
 
@@ -111,8 +118,18 @@ void ModuleTest::ReleaseBleApi() {
   ble_api_.reset();
 }
 
+void ModuleTest::RunFor(std::uint64_t milliseconds) {
+  const AllocationsMayFail tested(true);
+  time_->RunFor(*looper_, milliseconds);
+}
+
 int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments) {
-  const auto future = service_->Call(id, arguments);
+  std::shared_ptr<base::future::VariantFuture> future;
+  {
+    const AllocationsMayFail tested(true);
+    future = service_->Call(id, arguments);
+  }
+  if (future == nullptr) return kNoMemory;
   EXPECT_EQ(future->GetState(), base::future::FutureState::kValueSet);
   const auto result = future->Value();
   EXPECT_EQ(result->Keys(), std::vector<std::string>{"ret"});

@@ -3,13 +3,13 @@
 #include <dlfcn.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <plenar_base/main_looper.h>
 #include <plenar_base/variant.h>
@@ -24,6 +24,11 @@
 namespace qvs_test {
 
 namespace method = quorvel_service::windows_ble::method;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
 
 inline constexpr char kUuid[] = "12345678-9ABC-DEF0-1234-56789ABCDEF0";
 inline constexpr std::uint16_t kCompany = 0x7E51;
@@ -84,8 +89,7 @@ class ModuleTest : public testing::Test {
   /// Loads the module. The BLE API library of `kBleApi` is kept loaded from the start, so that it
   /// can be set before the module loads it.
   void LoadModule();
-  /// Ends all services, lets the looper run once more, and unloads the module. The radio, which
-  /// stays loaded with callables of the module, is reset.
+  /// Ends all services, lets the looper run once more, and unloads the module.
   void UnloadModule();
 
   /// A service, with `listener_` added to it; the module must be loaded.
@@ -103,15 +107,15 @@ class ModuleTest : public testing::Test {
   /// `radio_` stays usable until then, its reports being made by `Report`, not by time.
   void ReleaseBleApi();
 
-  /// Lets simulated time pass, resp. everything happen that is to happen now.
-  void RunFor(std::uint64_t milliseconds) { time_->RunFor(*looper_, milliseconds); }
-  void Settle() { time_->Settle(*looper_); }
-  /// Lets the library call its callables, while the tasks they post stay waiting.
-  void LetLibraryReport() { radio_->AdvanceTo(time_->SteadyMilliseconds()); }
+  /// Lets simulated time pass, and everything happen that is due by then.
+  void RunFor(std::uint64_t milliseconds);
+  void Settle() { RunFor(0); }
 
   /// Calls a method and checks the form of its result, which is returned and recorded.
   int Call(std::uint64_t method,
            const std::shared_ptr<base::variant::Variant>& arguments = nullptr);
+  static constexpr int kNoMemory = -1;  ///< There was not even a result.
+
   int Init(int retry_time) { return Call(method::kInit, Args({{"retry_time", retry_time}})); }
   int UnInit() { return Call(method::kUnInit); }
   int CheckState(bool need_check_discoverable = false) {
@@ -155,20 +159,20 @@ class ModuleTest : public testing::Test {
     pc_.NotifyDeviceChange(wparam);
     Settle();
   }
+  void SetAdapter(int error) { radio_->SetResult("BleCheckState", error); }
 
   Lines Take(unsigned kinds = kUsual) { return recorder_.Take(kinds); }
-  /// What is recorded from now until this was done.
-  Lines After(const std::function<void()>& action, unsigned kinds = kUsual) {
-    Take();
-    action();
-    return Take(kinds);
-  }
   [[nodiscard]] int LoadCount() const { return pc_.LibraryLoadCount("plenar_ble_api.dll"); }
+  /// The milliseconds until the next tick of any timer of the module; 0 while none runs.
+  [[nodiscard]] std::uint64_t UntilTick() const {
+    const auto now = time_->SteadyMilliseconds();
+    return looper_->NextDeadline().value_or(now) - now;
+  }
 
   std::shared_ptr<base::time::SimulatedTime> time_;
   std::optional<base::threading::MainLooperScope> looper_;
   Recorder recorder_;
-  std::shared_ptr<RecordingSink> sink_;
+  std::shared_ptr<RecordingSink> sink_ = std::make_shared<RecordingSink>(recorder_);
   simulated_pc::SimulatedPc& pc_ = simulated_pc::SimulatedPc::Get();
   plenar_ble_control::VirtualRadio* radio_ = nullptr;
   RecordingListener listener_{recorder_};
@@ -178,8 +182,6 @@ class ModuleTest : public testing::Test {
 
  private:
   class RadioInTime;
-
-  void ResetRadio();
 
   std::optional<SharedLibrary> ble_api_;
   std::optional<SharedLibrary> module_;
@@ -201,10 +203,10 @@ class QuietServiceTest : public ServiceTest {
     radio_->SetAutomaticReports(false);
   }
 
-  /// The lines of a request, without the one of `function` that repeats its arguments.
-  Lines Requested(const std::string& function, const std::function<void()>& request) {
-    auto lines = After(request);
-    EXPECT_THAT(lines.at(0), testing::StartsWith("6 " + function + ": start: "));
+  /// What a request that has just been made did, without the line that repeats its arguments.
+  Lines TakeAnswer() {
+    auto lines = Take();
+    EXPECT_THAT(lines.at(0), HasSubstr("Broadcast: start: "));
     lines.erase(lines.begin());
     return lines;
   }

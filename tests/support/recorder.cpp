@@ -1,9 +1,8 @@
 #include "tests/support/recorder.h"
 
-#include <algorithm>
-#include <string_view>
-
 #include <nlohmann/json.hpp>
+
+#include "tests/support/allocation_count.h"
 
 namespace qvs_test {
 namespace {
@@ -28,34 +27,6 @@ std::string EventText(std::uint64_t id, const base::variant::Variant& payload) {
   return "malformed event " + std::to_string(id);
 }
 
-bool Fits(std::string_view pattern, std::string_view text) {
-  const auto star = pattern.find('*');
-  if (star == std::string_view::npos) return pattern == text;
-  if (text.substr(0, star) != pattern.substr(0, star)) return false;
-  const auto rest = pattern.substr(star + 1);
-  for (auto from = star; from <= text.size(); ++from) {
-    if (Fits(rest, text.substr(from))) return true;
-  }
-  return false;
-}
-
-MATCHER(FitsPattern, "fits") {
-  return Fits(std::get<1>(arg), std::get<0>(arg));
-}
-
-MATCHER_P(InThisOrder, patterns, "holds in this order " + testing::PrintToString(patterns)) {
-  auto from = arg.begin();
-  for (const auto& pattern : patterns) {
-    from = std::find_if(from, arg.end(), [&](const auto& line) { return Fits(pattern, line); });
-    if (from == arg.end()) {
-      *result_listener << "which lacks " << pattern;
-      return false;
-    }
-    ++from;
-  }
-  return true;
-}
-
 }  // namespace
 
 void Recorder::Add(Kind kind, std::string text) {
@@ -74,6 +45,7 @@ Lines Recorder::Take(unsigned kinds) {
 }
 
 void RecordingSink::Write(const base::log::LogRecord& record) {
+  const AllocationsMayFail own(false);
   const auto text = std::to_string(record.level) + ' ' + record.function + ": " + record.message;
   recorder_.Add(kPlace, "at " + record.file + ':' + std::to_string(record.line));
   recorder_.Add(record.tag.empty() ? kLog : kLibraryLog,
@@ -82,17 +54,10 @@ void RecordingSink::Write(const base::log::LogRecord& record) {
 
 void RecordingListener::OnServiceEvent(std::uint64_t event_id,
                                        const std::shared_ptr<base::variant::Variant>& payload) {
+  const AllocationsMayFail own(false);
   recorder_.Add(kEvent, (name_.empty() ? "" : name_ + ' ') + EventText(event_id, *payload));
   last_payload = payload.get();
   if (on_event) on_event(event_id);
-}
-
-testing::Matcher<const Lines&> Reads(const Lines& expected) {
-  return testing::Pointwise(FitsPattern(), expected);
-}
-
-testing::Matcher<const Lines&> Holds(const Lines& expected) {
-  return InThisOrder(expected);
 }
 
 }  // namespace qvs_test

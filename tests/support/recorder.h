@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <plenar_base/log_sink.h>
 
 #include "framework/service.h"
@@ -22,7 +21,7 @@ enum Kind : unsigned {
   kEvent = 2,        ///< "state 4", "status_info {"status":2,"err":0}"
   kLog = 4,          ///< "3 Init: ble init failed, ret: 5": level, function, message.
   kBle = 8,          ///< "ble BleClientSetScanMode(mode=1)": a call of the BLE API library.
-  kWindows = 16,     ///< "win CreateWindowExA(...)": a Windows call.
+  kWindows = 16,     ///< "win CreateWindowExA(...)": a Windows call; handles read "*".
   kLibraryLog = 32,  ///< As `kLog`, with the origin's tag in front.
   kPlace = 64,       ///< "at file.cpp:12": where the log line that follows comes from.
   kUsual = kResult | kEvent | kLog | kBle,
@@ -67,11 +66,5 @@ class RecordingListener final : public quorvel_service::IServiceListener {
   Recorder& recorder_;
   std::string name_;
 };
-
-/// Exactly these lines, in order; "*" stands for any text.
-testing::Matcher<const Lines&> Reads(const Lines& expected);
-
-/// These lines, in order, with any others before, between and after.
-testing::Matcher<const Lines&> Holds(const Lines& expected);
 
 }  // namespace qvs_test

@@ -3,6 +3,8 @@
 #include <dbt.h>
 #include <psapi.h>
 
+#include <gmock/gmock.h>
+
 #include "tests/windows/windows_host_test.h"
 
 namespace qvs_test {
@@ -25,7 +27,9 @@ class Reload : public WindowsHostTest {
     Start(method::kStartBroadcast);
     RunUntilEvent(event::kStatusInfo);
     EXPECT_EQ(SendDeviceChange(HiddenWindow(), DBT_DEVNODES_CHANGED), 0);
-    EXPECT_THAT(Take(kEvent), Holds({"status_info *", "state 0"}));
+    const auto events = Take(kEvent);
+    EXPECT_THAT(events, testing::Contains(testing::StartsWith("status_info ")));
+    EXPECT_THAT(events, testing::Contains("state 0"));
 
     UnloadModule();
     EXPECT_EQ(GetModuleHandleA(kModuleFile), nullptr);
@@ -70,7 +74,7 @@ TEST_F(Reload, AChangeReachesTheNewCodeWhereverItIsLoaded) {
   ASSERT_NO_FATAL_FAILURE(CreateService());
   Take();
   EXPECT_EQ(SendDeviceChange(HiddenWindow(), DBT_DEVNODES_CHANGED), 0);
-  EXPECT_THAT(Take(kEvent), Holds({"state 0"}));
+  EXPECT_THAT(Take(kEvent), testing::Contains("state 0"));
   UnloadModule();
   VirtualFree(occupied, 0, MEM_RELEASE);
 }

@@ -50,8 +50,14 @@ STAND_IN HBLUETOOTH_RADIO_FIND BluetoothFindFirstRadio(BLUETOOTH_FIND_RADIO_PARA
     if (parameters->dwSize != sizeof *parameters) throw Win32Error{ERROR_REVISION_MISMATCH};
     const LockedPc pc;
     if (!pc->radio_on) throw Win32Error{ERROR_NO_MORE_ITEMS};
-    *radio = pc->Open(Radio());
-    return pc->Open(RadioSearch());
+    const HANDLE search = pc->Open(RadioSearch());
+    try {
+      *radio = pc->Open(Radio());
+    } catch (...) {
+      pc->Close<RadioSearch>(search);
+      throw;
+    }
+    return search;
   });
 }
 
