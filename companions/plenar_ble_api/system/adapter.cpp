@@ -1,0 +1,117 @@
+#include "system/adapter.h"
+
+namespace plenar_ble {
+namespace {
+
+using namespace std::chrono_literals;
+using winrt::Check;
+using winrt::ComPtr;
+using winrt::SystemError;
+
+/// How long the system may take for an answer, and how often it is asked whether there is one.
+constexpr auto kLongestAnswer = 5s;
+constexpr auto kPollInterval = 5ms;
+
+bool IsSo(HRESULT result, boolean answer, const char* call) {
+  Check(result, call);
+  return answer != 0;
+}
+
+BleError ErrorOfQuestion(HRESULT number) {
+  switch (number) {
+    case REGDB_E_CLASSNOTREG:
+    case E_NOINTERFACE: return kClassesMissing;
+    case E_ACCESSDENIED: return kAccessDenied;
+    default: return BleError::kAdapterTemporarilyUnavailable;
+  }
+}
+
+bool CanExtend(const ComPtr<winrt::IBluetoothAdapter>& adapter) {
+  const auto newer = adapter.As<winrt::IBluetoothAdapter3>();
+  boolean can = 0;
+  return newer && IsSo(newer->get_IsExtendedAdvertisingSupported(&can), can,
+                       "BluetoothAdapter.IsExtendedAdvertisingSupported");
+}
+
+}  // namespace
+
+Adapter::Answer Adapter::Ask(std::chrono::milliseconds longest) {
+  std::shared_future<Answer> answer;
+  {
+    const std::scoped_lock lock(mutex_);
+    if (!asked_.valid() || asked_.wait_for(0s) == std::future_status::ready) {
+      auto question = std::make_shared<std::promise<Answer>>();
+      asked_ = question->get_future().share();
+      questions_->Post([this, question] { question->set_value(Find()); });
+    }
+    answer = asked_;
+  }
+  if (answer.wait_for(longest) != std::future_status::ready) return {};
+  try {
+    return answer.get();
+  } catch (const std::future_error&) {
+    return {};  // The question was dropped.
+  }
+}
+
+std::thread Adapter::Close() {
+  closing_.request_stop();
+  questions_->Close();
+  return std::move(thread_);
+}
+
+Adapter::Answer Adapter::Find() {
+  Answer answer;
+  try {
+    const auto adapter = Default();
+    if (!adapter) return answer;
+    boolean low_energy = 0;
+    boolean peripheral = 0;
+    if (!IsSo(adapter->get_IsLowEnergySupported(&low_energy), low_energy,
+              "BluetoothAdapter.IsLowEnergySupported")) {
+      answer.error = kNoLowEnergy;
+    } else if (!IsSo(adapter->get_IsPeripheralRoleSupported(&peripheral), peripheral,
+                     "BluetoothAdapter.IsPeripheralRoleSupported")) {
+      answer.error = kNoPeripheralRole;
+    } else {
+      answer = {BleError::kNone, CanExtend(adapter)};
+    }
+  } catch (const SystemError& error) {
+    callables_.LogFailure(error);
+    answer.error = ErrorOfQuestion(error.number);
+  }
+  return answer;
+}
+
+/// Null when there is none. It is asked for anew each time: adapters come and go.
+ComPtr<winrt::IBluetoothAdapter> Adapter::Default() const {
+  constexpr char kCall[] = "BluetoothAdapter.GetDefaultAsync";
+  const auto statics = winrt::Factory<winrt::IBluetoothAdapterStatics>(winrt::kBluetoothAdapter);
+  ComPtr<winrt::IAsyncOperation<winrt::IBluetoothAdapter>> operation;
+  Check(statics->GetDefaultAsync(operation.Out()), kCall);
+  const auto progress = operation.As<winrt::IAsyncInfo>();
+  if (!progress) throw SystemError(E_NOINTERFACE, kCall);
+
+  // Asking again and again leaves no handler behind that the system could call later.
+  auto status = winrt::AsyncStatus::kStarted;
+  const auto end = std::chrono::steady_clock::now() + kLongestAnswer;
+  while (true) {
+    Check(progress->get_Status(&status), kCall);
+    if (status != winrt::AsyncStatus::kStarted) break;
+    if (closing_.stop_requested() || std::chrono::steady_clock::now() > end) {
+      progress->Cancel();
+      throw SystemError(HRESULT_FROM_WIN32(ERROR_TIMEOUT), kCall);
+    }
+    std::this_thread::sleep_for(kPollInterval);
+  }
+  if (status == winrt::AsyncStatus::kError) {
+    HRESULT number = E_FAIL;
+    Check(progress->get_ErrorCode(&number), kCall);
+    Check(number, kCall);
+  }
+  ComPtr<winrt::IBluetoothAdapter> adapter;
+  Check(operation->GetResults(adapter.Out()), kCall);
+  return adapter;
+}
+
+}  // namespace plenar_ble
