@@ -17,6 +17,8 @@ set(rooms
   companions/plenar_ble_api
   compat/non_windows/control
   compat/non_windows
+  compat/windows_bluetooth/control
+  compat/windows_bluetooth
   host)
 
 # What files of a room may include besides their own room: rooms or single files.
@@ -36,6 +38,10 @@ set(companions/plenar_ble_api/control_may platform)
 set(companions/plenar_ble_api_may platform companions/plenar_ble_api/control)
 set(compat/non_windows/control_may)
 set(compat/non_windows_may compat/non_windows/control)
+set(compat/windows_bluetooth/control_may)
+set(compat/windows_bluetooth_may
+  compat/windows_bluetooth/control companions/plenar_ble_api/system/bluetooth_classes.h
+  companions/plenar_ble_api/system/com.h)
 set(host_may
   platform framework/service.h
   services/implement/windows_ble/generated/windows_ble_service_ids.h
@@ -45,7 +51,7 @@ set(host_may
 # Where an included name may be found.
 set(include_roots
   . platform companions/plenar_base/include companions/plenar_base/control companions/plenar_ble_api/control
-  compat/non_windows/control)
+  compat/non_windows/control compat/windows_bluetooth/control companions/plenar_ble_api)
 
 set(platform_macro
   "_WIN32|_WIN64|WIN32|_MSC_VER|__MINGW|__CYGWIN__|__linux|__unix|__APPLE__|_POSIX|NTDDI_|_WIN32_WINNT")

@@ -12,24 +12,29 @@ using winrt::SystemError;
 constexpr auto kLongestAnswer = 5s;
 constexpr auto kPollInterval = 5ms;
 
-bool IsSo(HRESULT result, boolean answer, const char* call) {
-  Check(result, call);
+template <class Interface>
+bool IsSo(const ComPtr<Interface>& adapter,
+          HRESULT (STDMETHODCALLTYPE Interface::*property)(boolean*), const char* name) {
+  boolean answer = 0;
+  Check((adapter.Get()->*property)(&answer), name);
   return answer != 0;
 }
 
 BleError ErrorOfQuestion(HRESULT number) {
   switch (number) {
     case REGDB_E_CLASSNOTREG:
-    case E_NOINTERFACE: return kClassesMissing;
-    case E_ACCESSDENIED: return kAccessDenied;
-    default: return BleError::kAdapterTemporarilyUnavailable;
+    case E_NOINTERFACE:
+      return kClassesMissing;
+    case E_ACCESSDENIED:
+      return kAccessDenied;
+    default:
+      return BleError::kAdapterTemporarilyUnavailable;
   }
 }
 
 bool CanExtend(const ComPtr<winrt::IBluetoothAdapter>& adapter) {
   const auto newer = adapter.As<winrt::IBluetoothAdapter3>();
-  boolean can = 0;
-  return newer && IsSo(newer->get_IsExtendedAdvertisingSupported(&can), can,
+  return newer && IsSo(newer, &winrt::IBluetoothAdapter3::get_IsExtendedAdvertisingSupported,
                        "BluetoothAdapter.IsExtendedAdvertisingSupported");
 }
 
@@ -54,10 +59,9 @@ Adapter::Answer Adapter::Ask(std::chrono::milliseconds longest) {
   }
 }
 
-std::thread Adapter::Close() {
+void Adapter::Close() {
   closing_.request_stop();
   questions_->Close();
-  return std::move(thread_);
 }
 
 Adapter::Answer Adapter::Find() {
@@ -65,12 +69,10 @@ Adapter::Answer Adapter::Find() {
   try {
     const auto adapter = Default();
     if (!adapter) return answer;
-    boolean low_energy = 0;
-    boolean peripheral = 0;
-    if (!IsSo(adapter->get_IsLowEnergySupported(&low_energy), low_energy,
+    if (!IsSo(adapter, &winrt::IBluetoothAdapter::get_IsLowEnergySupported,
               "BluetoothAdapter.IsLowEnergySupported")) {
       answer.error = kNoLowEnergy;
-    } else if (!IsSo(adapter->get_IsPeripheralRoleSupported(&peripheral), peripheral,
+    } else if (!IsSo(adapter, &winrt::IBluetoothAdapter::get_IsPeripheralRoleSupported,
                      "BluetoothAdapter.IsPeripheralRoleSupported")) {
       answer.error = kNoPeripheralRole;
     } else {

@@ -20,7 +20,8 @@ inline constexpr BleError kNoLowEnergy{203};       ///< The adapter cannot do Lo
 inline constexpr BleError kNoPeripheralRole{204};  ///< The adapter cannot advertise.
 
 /// The system's Bluetooth adapter. Questions to it are answered on a thread of their own, since the
-/// system may take its time. All operations are for any thread but that one.
+/// system may take its time. All operations are for any thread but that one, which the owner
+/// starts.
 class Adapter {
  public:
   struct Answer {
@@ -33,8 +34,10 @@ class Adapter {
   /// What the adapter is like now. When that is not known after `longest`: temporarily unavailable.
   [[nodiscard]] Answer Ask(std::chrono::milliseconds longest);
 
-  /// Ends the answering. The thread, for the caller to join; it ends soon.
-  [[nodiscard]] std::thread Close();
+  /// What the answering thread has to do.
+  [[nodiscard]] const std::shared_ptr<TaskQueue>& Questions() const { return questions_; }
+  /// Ends the answering: the thread ends soon.
+  void Close();
 
  private:
   [[nodiscard]] Answer Find();
@@ -43,7 +46,6 @@ class Adapter {
   Callables& callables_;
   std::stop_source closing_;
   std::shared_ptr<TaskQueue> questions_ = std::make_shared<TaskQueue>();
-  std::thread thread_ = StartTaskThread(questions_);
   std::mutex mutex_;
   std::shared_future<Answer> asked_;  // The last question, answered or not.
 };

@@ -19,8 +19,8 @@ struct Packet {
 /// What an event of the system's watcher says. Throws `SystemError`.
 [[nodiscard]] Packet ReadPacket(winrt::IReceivedEventArgs& event);
 
-/// Puts each device's advertisement and scan response together, which the system reports apart: only
-/// both say what the device is and what it is called.
+/// Puts each device's advertisement and scan response together, which the system reports apart:
+/// only both say what the device is and what it is called.
 class PacketMerger {
  public:
   /// All that is known of the device; until the next call.

@@ -93,12 +93,11 @@ class Object : public First, public Others... {
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** result) override {
     if (result == nullptr) return E_POINTER;
     *result = nullptr;
-    constexpr bool kInspectable = std::is_base_of_v<IInspectable, First>;
-    if (id == __uuidof(IUnknown) || id == __uuidof(IAgileObject) || id == First::kId ||
-        (kInspectable && id == __uuidof(IInspectable))) {
+    if (id == __uuidof(IUnknown) || id == __uuidof(IAgileObject) || Is<First>(id) ||
+        (std::is_base_of_v<IInspectable, First> && id == __uuidof(IInspectable))) {
       *result = static_cast<First*>(this);
     }
-    ((id == Others::kId ? void(*result = static_cast<Others*>(this)) : void()), ...);
+    ((Is<Others>(id) ? void(*result = static_cast<Others*>(this)) : void()), ...);
     if (*result == nullptr) return E_NOINTERFACE;
     AddRef();
     return S_OK;
@@ -114,6 +113,12 @@ class Object : public First, public Others... {
   virtual ~Object() = default;
 
  private:
+  template <class T>
+  static bool Is([[maybe_unused]] REFIID id) {
+    if constexpr (requires { T::kId; }) return id == T::kId;
+    return false;
+  }
+
   std::atomic<ULONG> references_{1};
 };
 
@@ -163,7 +168,7 @@ class Handler final : public Object<TypedEventHandler<Event>> {
  public:
   using Function = std::function<void(typename Event::Arguments&)>;
 
-  explicit Handler(Function function) : function_(std::move(function)) { ++handlers_alive; }
+  explicit Handler(Function function) : function_(std::move(function)) {}
 
   HRESULT STDMETHODCALLTYPE Invoke(typename Event::Sender*,
                                    typename Event::Arguments* arguments) override {
@@ -179,8 +184,14 @@ class Handler final : public Object<TypedEventHandler<Event>> {
   }
 
  private:
-  ~Handler() override { --handlers_alive; }
+  struct Count {
+    Count() { ++handlers_alive; }
+    Count(const Count&) = delete;
+    Count& operator=(const Count&) = delete;
+    ~Count() { --handlers_alive; }
+  };
 
+  Count count_;  // Ends last.
   Function function_;
 };
 

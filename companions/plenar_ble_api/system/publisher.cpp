@@ -58,14 +58,14 @@ void SystemPublisher::Start(ManufacturerItem item) {
 
 void SystemPublisher::Stop() {
   forms_.clear();
-  if (!object_) return Report(BlePublisherStatus::kStopped, BleError::kNone);
+  if (!object_) return callables_.ReportStatus(BlePublisherStatus::kStopped, BleError::kNone);
   callables_.Log(LogLevel::kInformation, "publisher stops");
   const HRESULT result = object_->Stop();
   if (SUCCEEDED(result)) return;
   const SystemError error(result, "BluetoothLEAdvertisementPublisher.Stop");
   callables_.LogFailure(error);
   TakeDown();
-  Report(BlePublisherStatus::kStopped, ErrorOf(error));
+  callables_.ReportStatus(BlePublisherStatus::kStopped, ErrorOf(error));
 }
 
 void SystemPublisher::TakeDown() {
@@ -106,7 +106,7 @@ void SystemPublisher::StartNextForm(BleError error) {
       object_ = {};
     }
   }
-  Report(BlePublisherStatus::kStopped, error);
+  callables_.ReportStatus(BlePublisherStatus::kStopped, error);
 }
 
 void SystemPublisher::StartObject(Form form) {
@@ -137,8 +137,11 @@ void SystemPublisher::StartObject(Form form) {
 void SystemPublisher::OnStatus(std::uint64_t object, PublisherStatus status, BluetoothError error) {
   if (!object_ || object != number_) return;
   switch (status) {
-    case PublisherStatus::kCreated: return;
-    case PublisherStatus::kStarted: forms_.clear(); break;
+    case PublisherStatus::kCreated:
+      return;
+    case PublisherStatus::kStarted:
+      forms_.clear();
+      break;
     case PublisherStatus::kAborted: {
       // That the system gives no reason must not look like the end that a stop asks for.
       if (error == BluetoothError::kSuccess) error = BluetoothError::kOtherError;
@@ -147,14 +150,13 @@ void SystemPublisher::OnStatus(std::uint64_t object, PublisherStatus status, Blu
       forms_ = others;
       return StartNextForm(ErrorOf(error));
     }
-    case PublisherStatus::kStopped: TakeDown(); break;
-    default: break;
+    case PublisherStatus::kStopped:
+      TakeDown();
+      break;
+    default:
+      break;
   }
-  Report(static_cast<BlePublisherStatus>(status), ErrorOf(error));
-}
-
-void SystemPublisher::Report(BlePublisherStatus status, BleError error) {
-  callables_.status_changed(status, error);
+  callables_.ReportStatus(static_cast<BlePublisherStatus>(status), ErrorOf(error));
 }
 
 }  // namespace plenar_ble

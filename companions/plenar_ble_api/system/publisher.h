@@ -22,8 +22,8 @@ struct ManufacturerItem {
 /// The advertisement publisher, over an object of the system's for every start. All operations are
 /// for the radio's task thread, where it also reports.
 ///
-/// The system's statuses 1 to 4 are passed on as they are, "aborted" as stopped with its error. What
-/// a former object still says is nobody's any more.
+/// The system's statuses 1 to 4 are passed on as they are, "aborted" as stopped with its error.
+/// What a former object still says is nobody's any more.
 class SystemPublisher {
  public:
   SystemPublisher(Callables& callables, Adapter& adapter, std::shared_ptr<TaskQueue> tasks)
@@ -44,7 +44,6 @@ class SystemPublisher {
   void StartNextForm(BleError error);
   void StartObject(Form form);
   void OnStatus(std::uint64_t object, winrt::PublisherStatus status, winrt::BluetoothError error);
-  void Report(BlePublisherStatus status, BleError error);
 
   Callables& callables_;
   Adapter& adapter_;

@@ -21,6 +21,11 @@ void Callables::LogFailure(const winrt::SystemError& error, const char* file, in
       function);
 }
 
+void Callables::ReportStatus(BlePublisherStatus status, BleError error) {
+  owes_stopped = status != BlePublisherStatus::kStopped;
+  status_changed(status, error);
+}
+
 BleError ErrorOf(winrt::BluetoothError error) {
   constexpr std::int32_t kFirst = 100;
   if (error == winrt::BluetoothError::kSuccess) return BleError::kNone;

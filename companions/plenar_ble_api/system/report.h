@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -20,12 +21,16 @@ struct Callables {
   CallableSlot<BleError> stopped;
   CallableSlot<BlePublisherStatus, BleError> status_changed;
 
+  /// Whether a start was accepted whose end has not been reported.
+  std::atomic<bool> owes_stopped = false;
+
   /// Hands a line to the log callable. [library thread]
   void Log(LogLevel level, const std::string& message, const char* file = __builtin_FILE(),
            int line = __builtin_LINE(), const char* function = __builtin_FUNCTION());
   /// The same of a call that failed, with its number.
   void LogFailure(const winrt::SystemError& error, const char* file = __builtin_FILE(),
                   int line = __builtin_LINE(), const char* function = __builtin_FUNCTION());
+  void ReportStatus(BlePublisherStatus status, BleError error);
 };
 
 /// How the system's errors are reported: 100 and the system's number; 102 is "in use".

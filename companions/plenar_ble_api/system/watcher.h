@@ -10,12 +10,12 @@
 
 namespace plenar_ble {
 
-/// The broadcast watcher, over an object of the system's for every start. All operations are for the
-/// radio's task thread, where it also reports.
+/// The broadcast watcher, over an object of the system's for every start. All operations are for
+/// the radio's task thread, where it also reports.
 ///
-/// Scan mode 0 listens only: a device is known by what it sends unasked, and no name comes that only
-/// scan responses hold. Modes 1 and 2 ask devices for their scan responses. No mode samples: every
-/// packet that the system passes on is reported.
+/// Scan mode 0 listens only: a device is known by what it sends unasked, and no name comes that
+/// only scan responses hold. Modes 1 and 2 ask devices for their scan responses. No mode samples:
+/// every packet that the system passes on is reported.
 class SystemWatcher {
  public:
   SystemWatcher(Callables& callables, Adapter& adapter, std::shared_ptr<TaskQueue> tasks)

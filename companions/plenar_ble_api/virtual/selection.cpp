@@ -7,10 +7,9 @@ namespace {
 
 using plenar_ble_control::RadioKind;
 
-/// The system's radio, where there is one, unless somebody chose.
+/// The virtual radio, unless somebody chose.
 std::atomic<Radio*>& Active() {
-  static std::atomic<Radio*> active =
-      SystemRadio() != nullptr ? SystemRadio() : &VirtualRadio::Instance();
+  static std::atomic<Radio*> active = &VirtualRadio::Instance();
   return active;
 }
 
