@@ -10,7 +10,10 @@
 namespace base::threading {
 
 /// A queue of tasks that one thread runs. Guarantees:
-///  1. Tasks run in posting order (those with a delay: in order of their due time).
+///  1. Tasks without a delay run in posting order. Tasks with a delay and ticks of timers run in
+///     order of their due time; what is due at the same time, in the order in which it was
+///     scheduled. Between the two kinds: what was due when a task was posted runs before it, and
+///     what was scheduled after a task was posted runs after it.
 ///  2. Tasks never overlap, and a task never runs inside the call that posts it.
 ///  3. A task that throws does not stop the looper.
 ///  4. At shut-down tasks that have not run are released, unrun, on the looper's thread.

@@ -1,5 +1,7 @@
 #include <limits>
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -46,7 +48,7 @@ TEST_P(LoopTest, RunsTasksInPostingOrderNoneInsideAnotherAndNoneAfterQuit) {
   Post([&] {
     Post([&] { ran.push_back(3); });
     EXPECT_EQ(looper_->RunUntilIdle(), 0u);
-    looper_->Run();
+    EXPECT_THROW(looper_->Run(), std::logic_error);
     ran.push_back(1);
     throw 1;  // holds up nobody
   });
@@ -106,14 +108,31 @@ TEST_P(LoopTest, ATimerMayBeRestartedAndDestroyedInItsOwnTick) {
   EXPECT_EQ(ticks, 3);
 }
 
-TEST_F(SimulatedLoopTest, RunsTasksInOrderOfTheirDueTimeThenOfPosting) {
-  std::vector<int> ran;
-  int posted = 0;
-  for (const unsigned delay : {3u, 1u, 2u, 1u, 0u}) {
-    Post([&, id = posted++] { ran.push_back(id); }, delay);
-  }
+TEST_F(SimulatedLoopTest, OrdersTasksDelayedTasksAndTicksByTimeThenByPosting) {
+  std::string ran;
+  const auto post = [&ran](char id, unsigned delay = 0) { Post([&, id] { ran += id; }, delay); };
+  const auto timer = CreateTimer([&] { ran += 'T'; }, kHere);
+  post('e', 3);
+  post('b', 1);
+  timer->Start(1, false);
+  post('c', 1);
+  post('d', 2);
+  post('a');
   RunFor(3);
-  EXPECT_EQ(ran, (std::vector{4, 1, 3, 2, 0}));
+  EXPECT_EQ(ran, "abTcde");
+
+  ran.clear();
+  Post([&] {  // a busy looper: time passes inside a task
+    post('f', 5);
+    RunFor(10);
+    post('g');
+    timer->Start(1, false);
+    post('h', 1);
+    RunFor(10);
+    post('i');
+  });
+  looper_->RunUntilIdle();
+  EXPECT_EQ(ran, "fgThi");
 }
 
 TEST_F(SimulatedLoopTest, ALateTimerTicksOnceAndKeepsItsPhase) {

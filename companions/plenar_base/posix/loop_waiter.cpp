@@ -1,36 +1,53 @@
 #include "threading/loop_waiter.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 
 namespace base::threading {
+namespace {
 
-class LoopWaiter::Impl {
+/// Other loops learn of work through the host's wake function, so there is nothing to hand over.
+class ConditionWaiter final : public LoopWaiter {
  public:
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool woken = false;
+  bool Wake() noexcept override {
+    {
+      std::lock_guard lock(mutex_);
+      woken_ = true;
+    }
+    changed_.notify_one();
+    return true;
+  }
+
+  void Wait(std::uint64_t milliseconds) override {
+    const std::chrono::milliseconds timeout(std::min(milliseconds, kLongestWait));
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, timeout, [this] { return woken_; });
+    woken_ = false;
+  }
+
+  Message DispatchOne() override {
+    MSG message;
+    if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return Message::kNone;
+    DispatchMessageA(&message);
+    return Message::kDispatched;
+  }
+
+  void HandOver() override {}
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool woken_ = false;
 };
 
-LoopWaiter::LoopWaiter() : impl_(std::make_unique<Impl>()) {}
+}  // namespace
 
-LoopWaiter::~LoopWaiter() = default;
-
-void LoopWaiter::Wake() noexcept {
-  {
-    std::lock_guard lock(impl_->mutex);
-    impl_->woken = true;
-  }
-  impl_->changed.notify_one();
-}
-
-void LoopWaiter::Wait(std::uint64_t milliseconds) {
-  const std::chrono::milliseconds timeout(std::min(milliseconds, kLongestWait));
-  std::unique_lock lock(impl_->mutex);
-  impl_->changed.wait_for(lock, timeout, [this] { return impl_->woken; });
-  impl_->woken = false;
+std::unique_ptr<LoopWaiter> MakeLoopWaiter(LooperCore&) {
+  return std::make_unique<ConditionWaiter>();
 }
 
 }  // namespace base::threading

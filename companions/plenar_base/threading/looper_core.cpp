@@ -1,54 +1,191 @@
 #include "threading/looper_core.h"
 
-#include <algorithm>
-#include <atomic>
+#include <cassert>
 #include <limits>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include <plenar_base/log.h>
 
+#include "immortal.h"
+
 namespace base::threading {
 namespace {
 
-std::atomic<std::uint64_t> last_sequence{0};
+/// Sets a flag while it exists, and puts back what it was.
+class ScopedMark {
+ public:
+  explicit ScopedMark(bool& flag) : flag_(flag), before_(std::exchange(flag, true)) {}
+  ~ScopedMark() { flag_ = before_; }
+  ScopedMark(const ScopedMark&) = delete;
+  ScopedMark& operator=(const ScopedMark&) = delete;
 
-void RunGuarded(const std::function<void()>& task, const Location& location) {
-  try {
-    task();
-  } catch (...) {
-    constexpr int kError = 3;
-    if (log::GetLogLevel() < kError) return;
-    const std::string_view path = location.File();
-    log::PrintLog({}, std::string(path.substr(path.find_last_of("/\\") + 1)), location.Line(),
-                  "Looper", kError, "a task ended with an exception");
-  }
+ private:
+  bool& flag_;
+  const bool before_;
+};
+
+void LogThrown(const Location& location) {
+  constexpr int kError = 3;
+  if (log::GetLogLevel() < kError) return;
+  const std::string_view path = location.File();
+  log::PrintLog({}, std::string(path.substr(path.find_last_of("/\\") + 1)), location.Line(),
+                "Looper", kError, "a task ended with an exception");
 }
 
 }  // namespace
 
-/// Marks the loop as running while it exists, unless it is already.
-class LooperCore::RunningMark {
- public:
-  explicit RunningMark(bool& running) : running_(running), was_running_(running) {
-    running_ = true;
+void RunGuarded(const std::function<void()>& task, const Location& location) noexcept {
+  try {
+    task();
+  } catch (...) {
+    try {
+      LogThrown(location);
+    } catch (...) {  // no memory for the line
+    }
   }
-  ~RunningMark() { running_ = was_running_; }
-  RunningMark(const RunningMark&) = delete;
-  RunningMark& operator=(const RunningMark&) = delete;
+}
 
-  [[nodiscard]] bool IsNested() const { return was_running_; }
+/// A task with a delay. Owned by the queue first, then by the schedule.
+class LooperCore::DelayedTask final : public Scheduled {
+ public:
+  DelayedTask(std::function<void()> task, Location location)
+      : task_(std::move(task)), location_(location) {}
+
+  void Run(std::uint64_t) override {
+    const std::unique_ptr<DelayedTask> self(this);
+    RunGuarded(task_, location_);
+  }
+  void Drop() override { delete this; }
 
  private:
-  bool& running_;
-  const bool was_running_;
+  const std::function<void()> task_;
+  const Location location_;
 };
 
-LooperCore::LooperCore() : waiter_(std::make_unique<LoopWaiter>()) {}
+LooperCore& LooperCore::Get() noexcept {
+  return Immortal<LooperCore>();
+}
+
+void LooperCore::Open(std::function<void()> wake) {
+  std::lock_guard lock(mutex_);
+  if (IsOpen()) throw std::logic_error("there is a main looper already");
+  waiter_ = MakeLoopWaiter(*this);
+  wake_ = std::move(wake);
+  time_ = time::GetTimeSource();
+  now_ms_ = 0;
+  quit_ = false;
+  idle_ = true;
+  thread_ = std::this_thread::get_id();
+}
+
+void LooperCore::Close() {
+  assert(IsCurrentThread() && !in_task_);
+  {
+    std::lock_guard lock(mutex_);
+    thread_ = std::thread::id();
+  }
+  while (waking_ != 0) std::this_thread::yield();
+  waiter_.reset();
+  wake_ = nullptr;
+  // What the tasks hold may post, which does nothing now, or stop a timer.
+  batch_.clear();
+  next_ = 0;
+  posted_.clear();
+  posted_delayed_.clear();
+  while (Scheduled* const first = schedule_.First()) {
+    schedule_.Remove(*first);
+    first->Drop();
+  }
+}
+
+bool LooperCore::IsOpen() const noexcept {
+  return thread_.load() != std::thread::id();
+}
 
 bool LooperCore::IsCurrentThread() const noexcept {
-  return std::this_thread::get_id() == thread_;
+  return thread_.load() == std::this_thread::get_id();
+}
+
+void LooperCore::PostTask(std::function<void()> task, std::uint64_t delay_ms, Location location) {
+  if (!task) return;
+  std::unique_ptr<DelayedTask> delayed;
+  if (delay_ms > 0) delayed = std::make_unique<DelayedTask>(std::move(task), location);
+  bool wake = false;
+  {
+    std::lock_guard lock(mutex_);
+    if (!IsOpen()) return;
+    const std::uint64_t number = ++last_number_;
+    if (delayed) {
+      delayed->place = {NowPlus(delay_ms), number};
+      posted_delayed_.push_back(std::move(delayed));
+    } else {
+      posted_.push_back({std::move(task), location, number});
+    }
+    wake = ClaimWake();
+  }
+  if (wake) Wake();
+}
+
+void LooperCore::Run() {
+  assert(IsCurrentThread());
+  if (in_run_ || in_task_) throw std::logic_error("the main looper is running already");
+  const ScopedMark mark(in_run_);
+  while (!quit_) {
+    const std::size_t ran = RunBatch();
+    const LoopWaiter::Message message = waiter_->DispatchOne();
+    if (message == LoopWaiter::Message::kQuit) break;
+    if (ran > 0 || message == LoopWaiter::Message::kDispatched || quit_) continue;
+    const Scheduled* const first = schedule_.First();
+    waiter_->Wait(first != nullptr ? first->place.due_ms - now_ms_ : LoopWaiter::kLongestWait);
+  }
+  quit_ = false;
+  waiter_->HandOver();
+}
+
+void LooperCore::Quit() {
+  quit_ = true;
+  bool wake = false;
+  {
+    std::lock_guard lock(mutex_);
+    wake = IsOpen() && ClaimWake();
+  }
+  if (wake) Wake();
+}
+
+std::size_t LooperCore::RunUntilIdle() {
+  assert(IsCurrentThread());
+  if (in_task_) return 0;
+  std::size_t total = 0;
+  for (;;) {
+    const std::size_t ran = RunBatch();
+    total += ran;
+    if (waiter_->DispatchOne() != LoopWaiter::Message::kDispatched && ran == 0) break;
+  }
+  waiter_->HandOver();
+  return total;
+}
+
+void LooperCore::RunFromMessage() {
+  if (in_task_) return;
+  RunBatch();
+  waiter_->HandOver();
+}
+
+std::optional<std::uint64_t> LooperCore::NextDeadline() {
+  TakeOver();
+  if (next_ < batch_.size()) return now_ms_;
+  const Scheduled* const first = schedule_.First();
+  return first != nullptr ? std::optional(first->place.due_ms) : std::nullopt;
+}
+
+void LooperCore::Start(Scheduled& timer, std::uint64_t due_ms) noexcept {
+  timer.place = {due_ms, ++last_number_};
+  schedule_.Add(timer);
+  // Outside of a task the thread may be about to wait for what was first until now.
+  if (schedule_.First() == &timer && !in_task_ && ClaimWake()) Wake();
 }
 
 std::uint64_t LooperCore::NowPlus(std::uint64_t delay_ms) const noexcept {
@@ -57,107 +194,65 @@ std::uint64_t LooperCore::NowPlus(std::uint64_t delay_ms) const noexcept {
   return delay_ms < kEnd - now ? now + delay_ms : kEnd;
 }
 
-void LooperCore::PostTask(std::function<void()> task, std::uint64_t delay_ms, Location location) {
-  Schedule(NowPlus(delay_ms), std::move(task), location);
-}
-
-std::optional<LooperCore::Slot> LooperCore::Schedule(std::uint64_t due_ms,
-                                                     std::function<void()> task,
-                                                     Location location) {
-  if (!task) return std::nullopt;
-  std::lock_guard lock(mutex_);
-  if (!waiter_) return std::nullopt;
-  const Slot slot{due_ms, ++last_sequence};
-  const auto place = tasks_.emplace(slot, Task{std::move(task), location}).first;
-  // The looper's thread looks at the schedule by itself before it waits.
-  if (place == tasks_.begin() && !IsCurrentThread()) waiter_->Wake();
-  return slot;
-}
-
-void LooperCore::Cancel(const Slot& slot) {
-  Tasks::node_type cancelled;  // released without the lock
-  std::lock_guard lock(mutex_);
-  cancelled = tasks_.extract(slot);
-}
-
-void LooperCore::Cancel(std::uint64_t sequence) {
-  Tasks::node_type cancelled;
-  std::lock_guard lock(mutex_);
-  const auto found = std::find_if(tasks_.begin(), tasks_.end(), [sequence](const auto& task) {
-    return task.first.sequence == sequence;
-  });
-  if (found != tasks_.end()) cancelled = tasks_.extract(found);
-}
-
-bool LooperCore::IsScheduled(const Slot& slot) const {
-  std::lock_guard lock(mutex_);
-  return tasks_.contains(slot);
-}
-
-void LooperCore::Run() {
-  const RunningMark mark(running_);
-  if (mark.IsNested()) return;
-  while (!TakeQuit()) {
-    if (RunOneOfEach() == 0) WaitForWork();
+void LooperCore::TakeOver() {
+  const bool all_ran = next_ == batch_.size();
+  if (all_ran) {
+    batch_.clear();
+    next_ = 0;
   }
+  {
+    std::lock_guard lock(mutex_);
+    if (all_ran) batch_.swap(posted_);
+    for (auto& delayed : posted_delayed_) schedule_.Add(*delayed.release());
+    posted_delayed_.clear();
+    idle_ = batch_.empty();
+  }
+  // After the batch, so that nothing in it was posted later than this.
+  if (schedule_.First() != nullptr) now_ms_ = Now();
 }
 
-void LooperCore::Quit() {
-  std::lock_guard lock(mutex_);
-  quit_ = true;
-  if (waiter_) waiter_->Wake();
-}
-
-std::size_t LooperCore::RunUntilIdle() {
-  const RunningMark mark(running_);
-  if (mark.IsNested()) return 0;
-  std::size_t total = 0;
-  while (const std::size_t ran = RunOneOfEach()) total += ran;
-  return total;
-}
-
-std::optional<std::uint64_t> LooperCore::NextDeadline() const {
-  std::lock_guard lock(mutex_);
-  if (tasks_.empty()) return std::nullopt;
-  return tasks_.begin()->first.due_ms;
-}
-
-void LooperCore::Close() {
-  Tasks unrun;  // released without the lock: what they hold may post, or stop a timer
-  std::unique_ptr<LoopWaiter> waiter;
-  std::lock_guard lock(mutex_);
-  unrun.swap(tasks_);
-  waiter = std::move(waiter_);
-}
-
-std::size_t LooperCore::RunOneOfEach() {
-  std::size_t ran = DispatchWindowMessage() ? 1 : 0;
-  if (const Tasks::node_type due = TakeDue()) {
-    RunGuarded(due.mapped().run, due.mapped().location);
-    ++ran;
+std::size_t LooperCore::RunBatch() {
+  TakeOver();
+  const ScopedMark mark(in_task_);
+  if (FirstDue() != nullptr) idle_ = false;
+  std::size_t ran = 0;
+  for (; !(in_run_ && quit_); ++ran) {
+    if (Scheduled* const due = FirstDue()) {
+      if (ran > 0) now_ms_ = Now();  // what has run may have taken its time
+      schedule_.Remove(*due);
+      due->Run(now_ms_);
+    } else if (next_ < batch_.size()) {
+      const Task task = std::move(batch_[next_++]);
+      RunGuarded(task.run, task.location);
+    } else {
+      break;
+    }
   }
   return ran;
 }
 
-LooperCore::Tasks::node_type LooperCore::TakeDue() {
-  std::lock_guard lock(mutex_);
-  if (tasks_.empty() || tasks_.begin()->first.due_ms > Now()) return {};
-  return tasks_.extract(tasks_.begin());
+Scheduled* LooperCore::FirstDue() const noexcept {
+  Scheduled* const first = schedule_.First();
+  if (first == nullptr || first->place.due_ms > now_ms_) return nullptr;
+  const bool comes_after = next_ < batch_.size() && batch_[next_].number < first->place.number;
+  return comes_after ? nullptr : first;
 }
 
-void LooperCore::WaitForWork() {
-  const auto deadline = NextDeadline();
-  const std::uint64_t now = Now();
-  if (!deadline) {
-    waiter_->Wait(LoopWaiter::kLongestWait);
-  } else if (*deadline > now) {
-    waiter_->Wait(*deadline - now);
+bool LooperCore::ClaimWake() noexcept {
+  if (!idle_ || !idle_.exchange(false)) return false;
+  ++waking_;
+  return true;
+}
+
+void LooperCore::Wake() noexcept {
+  bool woken = waiter_->Wake();
+  try {
+    if (wake_) wake_();
+  } catch (...) {
+    woken = false;
   }
-}
-
-bool LooperCore::TakeQuit() {
-  std::lock_guard lock(mutex_);
-  return std::exchange(quit_, false);
+  if (!woken) idle_ = true;  // the next one tries again
+  --waking_;
 }
 
 }  // namespace base::threading

@@ -1,90 +1,102 @@
 #pragma once
 
-#include <compare>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include <plenar_base/location.h>
 #include <plenar_base/looper.h>
 #include <plenar_base/time_source.h>
 
 #include "threading/loop_waiter.h"
+#include "threading/schedule.h"
 
 namespace base::threading {
 
-/// The main looper: one schedule of tasks and timer ticks, and the loop that runs it together
-/// with the thread's window messages. What is due at the same time runs in the order in which it
-/// was scheduled; messages and tasks take turns, so that neither holds up the other for ever.
+/// The main looper. Tasks without a delay are taken over from the posting threads all at once and
+/// run as one batch; what has a due time waits in a schedule of the looper's thread. Every task
+/// and every start of a timer has a number, which keeps their order.
 ///
-/// Shared with whoever posts, and so may outlive the loop: once closed, it drops what is posted.
-class LooperCore : public Looper {
+/// There is one for the life of the process, open while a `MainLooperScope` exists. While it is
+/// closed it drops what is posted. So it can be used without owning it.
+class LooperCore final : public Looper {
  public:
-  /// A place in the schedule. No two are equal in the life of the process.
-  struct Slot {
-    std::uint64_t due_ms;
-    std::uint64_t sequence;
-    auto operator<=>(const Slot&) const = default;
-  };
+  [[nodiscard]] static LooperCore& Get() noexcept;
 
-  /// Makes the calling thread the looper's thread.
-  LooperCore();
+  /// Makes the calling thread the looper's; throws `std::logic_error` if it is open already.
+  void Open(std::function<void()> wake);
+  /// Ends posting, waits until nobody is in the wake function, and releases what has not run.
+  /// [looper thread]
+  void Close();
+  [[nodiscard]] bool IsOpen() const noexcept;
 
   [[nodiscard]] bool IsCurrentThread() const noexcept override;
   void PostTask(std::function<void()> task, std::uint64_t delay_ms, Location location) override;
 
-  /// Schedules a task for a time of the steady clock; none when closed. [any thread]
-  std::optional<Slot> Schedule(std::uint64_t due_ms, std::function<void()> task, Location location);
-  /// Removes a task that has not started; nothing happens if it has. [any thread]
-  void Cancel(const Slot& slot);
-  /// As above, by the slot's sequence number alone: slower, searches the whole schedule.
-  void Cancel(std::uint64_t sequence);
-  /// Whether the task has yet to start. [any thread]
-  [[nodiscard]] bool IsScheduled(const Slot& slot) const;
-
-  /// The steady clock, and the same moved by a delay; stops at the clock's end. [any thread]
-  [[nodiscard]] std::uint64_t Now() const noexcept { return time_->SteadyMilliseconds(); }
-  [[nodiscard]] std::uint64_t NowPlus(std::uint64_t delay_ms) const noexcept;
-
-  /// As in `MainLooperScope`. Inside a task `Run` and `RunUntilIdle` return at once, so that
-  /// tasks never overlap.
+  /// As in `MainLooperScope`.
   void Run();
   void Quit();
   std::size_t RunUntilIdle();
-  [[nodiscard]] std::optional<std::uint64_t> NextDeadline() const;
+  [[nodiscard]] std::optional<std::uint64_t> NextDeadline();
 
-  /// Ends scheduling and releases what has not run. [looper thread]
-  void Close();
+  /// Schedules what is not scheduled, and takes it out again. [looper thread, open]
+  void Start(Scheduled& timer, std::uint64_t due_ms) noexcept;
+  void Stop(Scheduled& timer) noexcept { schedule_.Remove(timer); }
+
+  /// The steady clock, and the same moved by a delay; stops at the clock's end. [looper thread,
+  /// open]
+  [[nodiscard]] std::uint64_t Now() const noexcept { return time_->SteadyMilliseconds(); }
+  [[nodiscard]] std::uint64_t NowPlus(std::uint64_t delay_ms) const noexcept;
+
+  /// For a message loop that is not ours: runs one batch, unless the loop is inside a task.
+  /// [looper thread]
+  void RunFromMessage();
 
  private:
   struct Task {
     std::function<void()> run;
     Location location;
+    std::uint64_t number;
   };
-  using Tasks = std::map<Slot, Task>;
+  class DelayedTask;
 
-  class RunningMark;
+  void TakeOver();
+  std::size_t RunBatch();
+  [[nodiscard]] Scheduled* FirstDue() const noexcept;
+  bool ClaimWake() noexcept;
+  void Wake() noexcept;
 
-  std::size_t RunOneOfEach();
-  Tasks::node_type TakeDue();
-  void WaitForWork();
-  [[nodiscard]] bool TakeQuit();
+  // Of the looper's thread.
+  Schedule schedule_;
+  std::vector<Task> batch_;
+  std::size_t next_ = 0;      ///< Of the batch, what runs next.
+  std::uint64_t now_ms_ = 0;  ///< When the clock was last looked at.
+  bool in_task_ = false;
+  bool in_run_ = false;
 
-  const std::thread::id thread_ = std::this_thread::get_id();
-  const std::shared_ptr<const time::TimeSource> time_ = time::GetTimeSource();
-  bool running_ = false;  ///< Looper thread only.
+  // Set by the looper's thread while nobody can post or wakes.
+  std::shared_ptr<const time::TimeSource> time_;
+  std::unique_ptr<LoopWaiter> waiter_;
+  std::function<void()> wake_;
 
-  mutable std::mutex mutex_;
-  Tasks tasks_;
-  bool quit_ = false;
-  std::unique_ptr<LoopWaiter> waiter_;  ///< Null when closed.
+  std::atomic<std::thread::id> thread_;  ///< None while closed.
+  std::atomic<std::uint64_t> last_number_ = 0;
+  std::atomic<bool> quit_ = false;
+  std::atomic<bool> idle_ = false;  ///< Nobody looks for work before being woken.
+  std::atomic<int> waking_ = 0;     ///< How many threads are about to wake, or do so.
+
+  std::mutex mutex_;
+  std::vector<Task> posted_;
+  std::vector<std::unique_ptr<DelayedTask>> posted_delayed_;
 };
 
-/// The looper of the `MainLooperScope` that exists, or null. [any thread]
-[[nodiscard]] std::shared_ptr<LooperCore> CurrentLooperCore() noexcept;
+/// Runs a task. What it throws ends here, with a line in the log.
+void RunGuarded(const std::function<void()>& task, const Location& location) noexcept;
 
 }  // namespace base::threading

@@ -1,66 +1,40 @@
-#include <mutex>
-#include <stdexcept>
 #include <utility>
 
 #include <plenar_base/looper.h>
 #include <plenar_base/main_looper.h>
 
-#include "immortal.h"
 #include "threading/looper_core.h"
 
 namespace base::threading {
-namespace {
-
-struct Current {
-  std::mutex mutex;
-  std::shared_ptr<LooperCore> core;
-};
-
-}  // namespace
-
-class MainLooperScope::Impl final : public LooperCore {};
-
-std::shared_ptr<LooperCore> CurrentLooperCore() noexcept {
-  auto& current = Immortal<Current>();
-  std::lock_guard lock(current.mutex);
-  return current.core;
-}
 
 std::shared_ptr<Looper> LooperThread::MainLooper() noexcept {
-  return CurrentLooperCore();
+  LooperCore& looper = LooperCore::Get();
+  if (!looper.IsOpen()) return nullptr;
+  return {std::shared_ptr<void>(), &looper};  // lives for ever, so nobody counts its users
 }
 
-MainLooperScope::MainLooperScope() {
-  auto& current = Immortal<Current>();
-  std::lock_guard lock(current.mutex);
-  if (current.core) throw std::logic_error("there is a main looper already");
-  impl_ = std::make_shared<Impl>();
-  current.core = impl_;
+MainLooperScope::MainLooperScope(std::function<void()> wake) {
+  LooperCore::Get().Open(std::move(wake));
 }
 
 MainLooperScope::~MainLooperScope() {
-  auto& current = Immortal<Current>();
-  {
-    std::lock_guard lock(current.mutex);
-    current.core = nullptr;
-  }
-  impl_->Close();
+  LooperCore::Get().Close();
 }
 
 void MainLooperScope::Run() {
-  impl_->Run();
+  LooperCore::Get().Run();
 }
 
 void MainLooperScope::Quit() {
-  impl_->Quit();
+  LooperCore::Get().Quit();
 }
 
 std::size_t MainLooperScope::RunUntilIdle() {
-  return impl_->RunUntilIdle();
+  return LooperCore::Get().RunUntilIdle();
 }
 
 std::optional<std::uint64_t> MainLooperScope::NextDeadline() const {
-  return impl_->NextDeadline();
+  return LooperCore::Get().NextDeadline();
 }
 
 }  // namespace base::threading

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cassert>
 #include <limits>
-#include <optional>
 #include <utility>
 
 #include <plenar_base/timer.h>
@@ -19,12 +18,14 @@ std::uint64_t NextInPhase(std::uint64_t due, std::uint64_t interval, std::uint64
   return interval < kEnd - last ? last + interval : kEnd;
 }
 
-class LooperTimer final : public Timer {
+class LooperTimer final : public Timer, private Scheduled {
  public:
   LooperTimer(std::function<void()> task, Location location)
-      : task_(std::make_shared<const std::function<void()>>(std::move(task))),
-        location_(location) {}
-  ~LooperTimer() override { LooperTimer::Stop(); }
+      : task_(std::move(task)), location_(location) {}
+  ~LooperTimer() override {
+    LooperTimer::Stop();
+    if (destroyed_ != nullptr) *destroyed_ = true;
+  }
   LooperTimer(const LooperTimer&) = delete;
   LooperTimer& operator=(const LooperTimer&) = delete;
 
@@ -32,45 +33,39 @@ class LooperTimer final : public Timer {
     Stop();
     interval_ms_ = std::max<std::uint64_t>(interval_ms, 1);
     repeat_ = repeat;
-    looper_ = CurrentLooperCore();
-    if (!looper_) return;
-    assert(looper_->IsCurrentThread());
-    ScheduleTick(looper_->NowPlus(interval_ms_));
+    if (looper_.IsOpen()) looper_.Start(*this, looper_.NowPlus(interval_ms_));
   }
 
   [[nodiscard]] std::uint64_t Interval() const noexcept override { return interval_ms_; }
 
   void Stop() override {
-    if (next_) looper_->Cancel(*next_);
-    next_.reset();
-    looper_.reset();
+    assert(!looper_.IsOpen() || looper_.IsCurrentThread());
+    if (IsScheduled()) looper_.Stop(*this);
   }
 
-  [[nodiscard]] bool IsRunning() const noexcept override {
-    return next_ && looper_->IsScheduled(*next_);
-  }
+  [[nodiscard]] bool IsRunning() const noexcept override { return IsScheduled(); }
 
  private:
-  void ScheduleTick(std::uint64_t due_ms) {
-    // The tick is cancelled before this object goes.
-    next_ = looper_->Schedule(
-        due_ms, [this] { Tick(); }, location_);
+  void Run(std::uint64_t now_ms) override {
+    if (repeat_) looper_.Start(*this, NextInPhase(place.due_ms, interval_ms_, now_ms));
+    if (!task_) return;
+    // The task may destroy this object, and is to be whole until it has ended.
+    bool destroyed = false;
+    destroyed_ = &destroyed;
+    auto task = std::move(task_);
+    RunGuarded(task, location_);
+    if (destroyed) return;
+    destroyed_ = nullptr;
+    task_ = std::move(task);
   }
+  void Drop() override {}
 
-  void Tick() {
-    const auto task = task_;  // which may destroy this object
-    const std::uint64_t due_ms = next_->due_ms;
-    next_.reset();
-    if (repeat_) ScheduleTick(NextInPhase(due_ms, interval_ms_, looper_->Now()));
-    if (*task) (*task)();
-  }
-
-  const std::shared_ptr<const std::function<void()>> task_;
+  LooperCore& looper_ = LooperCore::Get();
+  std::function<void()> task_;
   const Location location_;
   std::uint64_t interval_ms_ = 0;
   bool repeat_ = false;
-  std::shared_ptr<LooperCore> looper_;    ///< Null while stopped.
-  std::optional<LooperCore::Slot> next_;  ///< Of the looper above.
+  bool* destroyed_ = nullptr;  ///< While the task runs: set when this object goes.
 };
 
 }  // namespace

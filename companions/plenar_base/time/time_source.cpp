@@ -1,8 +1,10 @@
 #include <plenar_base/time_source.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <ctime>
 #include <mutex>
-#include <utility>
 
 #include <plenar_base/time.h>
 
@@ -11,41 +13,42 @@
 namespace base::time {
 namespace {
 
-template <class Clock, class Unit>
-std::uint64_t SinceStart() noexcept {
-  const auto count = std::chrono::floor<Unit>(Clock::now().time_since_epoch()).count();
-  return count > 0 ? static_cast<std::uint64_t>(count) : 0;
-}
-
 class MachineTime final : public TimeSource {
  public:
   [[nodiscard]] std::uint64_t SteadyMilliseconds() const noexcept override {
-    return SinceStart<std::chrono::steady_clock, std::chrono::milliseconds>();
+    using Milliseconds = std::chrono::duration<std::uint64_t, std::milli>;
+    const auto since_start = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<Milliseconds>(since_start).count();
   }
   [[nodiscard]] std::uint64_t WallSeconds() const noexcept override {
-    return SinceStart<std::chrono::system_clock, std::chrono::seconds>();
+    // Many times cheaper than the chrono clock, whose fractions nobody wants.
+    return static_cast<std::uint64_t>(std::max<std::time_t>(std::time(nullptr), 0));
   }
 };
 
 struct Current {
+  const MachineTime machine;
+  std::atomic<bool> is_replaced = false;  ///< Otherwise nobody needs the lock.
   std::mutex mutex;
-  const std::shared_ptr<const TimeSource> machine = std::make_shared<const MachineTime>();
-  std::shared_ptr<const TimeSource> source = machine;
+  std::shared_ptr<const TimeSource> replacement;
 };
 
 }  // namespace
 
 void SetTimeSource(std::shared_ptr<const TimeSource> source) {
   auto& current = Immortal<Current>();
-  if (!source) source = current.machine;
   std::lock_guard lock(current.mutex);
-  current.source.swap(source);  // the old one is released without the lock
+  current.replacement.swap(source);
+  current.is_replaced = current.replacement != nullptr;
 }
 
 std::shared_ptr<const TimeSource> GetTimeSource() {
   auto& current = Immortal<Current>();
-  std::lock_guard lock(current.mutex);
-  return current.source;
+  if (current.is_replaced) {
+    std::lock_guard lock(current.mutex);
+    if (current.replacement) return current.replacement;
+  }
+  return {std::shared_ptr<void>(), &current.machine};  // lives for ever
 }
 
 }  // namespace base::time
