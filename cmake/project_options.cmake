@@ -37,6 +37,8 @@ if(MSVC)
   target_compile_options(qvs_options INTERFACE
     /W4 /WX /permissive- /utf-8 /EHsc /wd4251 /wd4275 /d1trimfile:${PROJECT_SOURCE_DIR}/)
 else()
+  # A symbol that is unique in the process would keep its library loaded for ever.
+  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
   # No path of the machine that built them stands in the binaries.
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>
     $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_BINARY_DIR}/=>)
