@@ -16,11 +16,11 @@ hears() {
   local uuid data scan advertise heard
   uuid=$(cat /proc/sys/kernel/random/uuid)
   data="${2:0:4}-$$"
-  exec 3< <(exec "${scanner[@]}" scan --uuid "$uuid" --for 40)
+  exec 3< <(exec "${scanner[@]}" scan --uuid "$uuid" --for 200)
   scan=$!
-  "${advertiser[@]}" advertise --uuid "$uuid" --data "$data" --for 40 >/dev/null &
+  "${advertiser[@]}" advertise --uuid "$uuid" --data "$data" --for 200 >/dev/null &
   advertise=$!
-  timeout 30 grep -m 1 -F -e "$data" <&3
+  timeout 150 grep -m 1 -F -e "$data" <&3
   heard=$?
   kill "$scan" "$advertise" 2>/dev/null
   wait "$advertise" 2>/dev/null

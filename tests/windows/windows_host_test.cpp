@@ -1,21 +1,23 @@
 #include "tests/windows/windows_host_test.h"
 
 #include <cstdlib>
+#include <string_view>
 #include <thread>
 
 #include <plenar_base/log_sink.h>
 
-#include "tests/windows/radio_finder.h"
-
 namespace qvs_test {
 
 using base::variant::Variant;
-using quorvel_service::QVCreateServiceFunction;
-using quorvel_service::QVDestroyServiceFunction;
 
 namespace {
 
 constexpr char kWindowClass[] = "PlenarBLEStateClass";
+
+template <class F>
+F* Function(HMODULE module, const char* name) {
+  return reinterpret_cast<F*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
 
 BOOL CALLBACK KeepIfOfOurClass(HWND window, LPARAM kept) {
   char name[sizeof(kWindowClass) + 1] = {};
@@ -27,49 +29,38 @@ BOOL CALLBACK KeepIfOfOurClass(HWND window, LPARAM kept) {
 
 }  // namespace
 
-WindowsHostTest::WindowsHostTest() : finder_(radio_finder::kFile) {
-  set_radio_on_ = finder_.Function<radio_finder::SetRadioOnFunction>(radio_finder::kSetRadioOn);
+WindowsHostTest::WindowsHostTest() : finder_(LoadLibraryA("bthprops.cpl")) {
+  set_radio_on_ = Function<void(bool)>(finder_, "SetRadioOn");
   if (set_radio_on_ == nullptr) {
     ADD_FAILURE() << "the system's own finder of radios is loaded, not the double";
     std::abort();
   }
-  looper_.emplace();
   base::log::AddLogSink(sink_);
   base::log::SetLogLevel(6);
 }
 
 WindowsHostTest::~WindowsHostTest() {
-  UnloadModule();
-  EXPECT_FALSE(
-      finder_.Function<radio_finder::IsAnythingOpenFunction>(radio_finder::kIsAnythingOpen)());
+  if (module_ != nullptr) UnloadModule();
   base::log::RemoveLogSink(sink_);
+  FreeLibrary(finder_);
 }
 
 void WindowsHostTest::LoadModule() {
-  module_.emplace(kModuleFile);
-  ASSERT_NE(module_->Get(), nullptr) << "error " << GetLastError();
-  destroy_ = module_->Function<QVDestroyServiceFunction>("QVDestroyService");
-  ASSERT_NE(destroy_, nullptr);
-}
-
-void WindowsHostTest::UnloadModule() {
-  DestroyService();
-  looper_->RunUntilIdle();
-  module_.reset();
-}
-
-void WindowsHostTest::CreateService() {
-  auto* const create = module_->Function<QVCreateServiceFunction>("QVCreateService");
-  ASSERT_NE(create, nullptr);
-  service_ = create(quorvel_service::windows_ble::kServiceName);
+  module_ = LoadLibraryA("qvs_windows_ble.dll");
+  ASSERT_NE(module_, nullptr) << "error " << GetLastError();
+  using quorvel_service::QVCreateServiceFunction;
+  service_ = Function<QVCreateServiceFunction>(
+      module_, "QVCreateService")(quorvel_service::windows_ble::kServiceName);
   ASSERT_NE(service_, nullptr);
   service_->AddListener(&listener_);
 }
 
-void WindowsHostTest::DestroyService() {
-  if (service_ == nullptr) return;
-  destroy_(service_);
-  service_ = nullptr;
+void WindowsHostTest::UnloadModule() {
+  using quorvel_service::QVDestroyServiceFunction;
+  Function<QVDestroyServiceFunction>(module_, "QVDestroyService")(service_);
+  looper_.RunUntilIdle();
+  FreeLibrary(module_);
+  module_ = nullptr;
 }
 
 int WindowsHostTest::Call(std::uint64_t method, const std::shared_ptr<Variant>& arguments) {
@@ -94,22 +85,20 @@ bool WindowsHostTest::IsClassRegistered() {
   return GetClassInfoExA(GetModuleHandleA(nullptr), kWindowClass, &found) != 0;
 }
 
-LRESULT WindowsHostTest::SendDeviceChange(HWND window, WPARAM wparam) {
-  LRESULT result = -1;
-  std::jthread sender([&] {
-    result = SendMessageA(window, WM_DEVICECHANGE, wparam, 0);
-    looper_->Quit();
+void WindowsHostTest::SendDeviceChange(HWND window) {
+  const std::jthread sender([&] {
+    constexpr WPARAM kSettingsChanged = 7;
+    EXPECT_EQ(SendMessageA(window, WM_DEVICECHANGE, kSettingsChanged, 0), 0);
+    looper_.Quit();
   });
-  looper_->Run();
-  sender.join();
-  return result;
+  looper_.Run();
 }
 
 void WindowsHostTest::RunUntilEvent(std::uint64_t event) {
   listener_.on_event = [this, event](std::uint64_t id) {
-    if (id == event) looper_->Quit();
+    if (id == event) looper_.Quit();
   };
-  looper_->Run();
+  looper_.Run();
   listener_.on_event = nullptr;
 }
 
