@@ -41,6 +41,9 @@ install(DIRECTORY platform/plenar_base platform/plenar_ble_api
   DESTINATION ${QVS_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY ${PROJECT_BINARY_DIR}/companions/plenar_base/generated/plenar_base
   DESTINATION ${QVS_INSTALL_INCLUDEDIR} COMPONENT development)
+# With the JSON library that the client reads payloads with.
+install(DIRECTORY client/qvs_windows_ble ${QVS_JSON_INCLUDE_DIR}/nlohmann
+  DESTINATION ${QVS_INSTALL_INCLUDEDIR} COMPONENT development)
 install(FILES framework/service.h DESTINATION ${QVS_INSTALL_INCLUDEDIR}/framework
   COMPONENT development)
 install(FILES services/implement/windows_ble/generated/windows_ble_service_ids.h

@@ -1,43 +1,38 @@
-// Loads the module, asks it whether Bluetooth LE can be used, and puts everything away again.
-#include <windows.h>
-
+// Advertises, shows for a few seconds who else advertises the same UUID, and puts everything away.
 #include <iostream>
-#include <memory>
 
-#include <plenar_base/main_looper.h>
+#include <plenar_base/timer.h>
+#include <qvs_windows_ble/client.h>
 
-#include "framework/service.h"
-#include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
+constexpr char kUuid[] = "0a1b2c3d-0a1b-2c3d-4e5f-0a1b2c3d4e5f";
 
-#ifndef QVS_MODULE_FILE
-#define QVS_MODULE_FILE "qvs_windows_ble.so"  // qvs_windows_ble.dll on Windows
-#endif
-
-namespace ble = quorvel_service::windows_ble;
-
-template <class Function>
-Function* Resolve(HMODULE module, const char* name) {
-  return reinterpret_cast<Function*>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
-}
-
-int main() {
+int main() try {
   base::threading::MainLooperScope looper;  // this thread is the main looper thread from now on
-  const HMODULE module = LoadLibraryA(QVS_MODULE_FILE);
-  if (module == nullptr) return 1;
-  const auto create = Resolve<quorvel_service::QVCreateServiceFunction>(module, "QVCreateService");
-  const auto destroy =
-      Resolve<quorvel_service::QVDestroyServiceFunction>(module, "QVDestroyService");
-  auto* const service = create(ble::kServiceName);
-  if (service == nullptr) return 1;
+  ble::Client client(looper);               // loads the module that stands beside this program
 
-  const auto arguments = std::make_shared<base::variant::Variant>();
-  arguments->Set("need_check_discoverable", base::variant::Variant(false));
-  auto future = service->Call(ble::method::kCheckBleState, arguments);
-  std::cout << "state: " << future->Value()->Get("ret").AsInt32() << std::endl;
+  const auto start = [&client] {
+    for (const ble::Result result :
+         {client.StartBroadcast(kUuid, "room 4.02"), client.StartWatch(kUuid)}) {
+      if (result != ble::Result::kSuccess) std::cerr << ble::Explain(result) << std::endl;
+    }
+  };
+  client.on_devices = [](const std::vector<ble::Device>& devices) {
+    for (const ble::Device& device : devices) {
+      std::cout << device.address << ' ' << device.rssi << " dBm, "
+                << device.data.value_or("").size() << " bytes of data" << std::endl;
+    }
+  };
+  client.on_retry = [&start](const ble::RetryReport& report) {
+    if (report.success) start();
+  };
+  // With these five checks of an adapter that is unavailable, the start comes when one succeeds.
+  if (client.Init(/*retry_time=*/5) != ble::Result::kAdapterUnavailable) start();
 
-  future.reset();  // its code, and that of its value, is the module's
-  destroy(service);
-  looper.RunUntilIdle();  // what the module has posted must not outlive its code
-  FreeLibrary(module);
-  return 0;
+  const auto end = base::threading::CreateTimer([&looper] { looper.Quit(); }, {__FILE__, __LINE__});
+  end->Start(5'000, /*repeat=*/false);
+  looper.Run();
+  return 0;  // the client ends the service, and unloads the module when that is safe
+} catch (const ble::Error& error) {
+  std::cerr << error.what() << std::endl;
+  return 1;
 }

@@ -2,9 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <utility>
 
-#include "host/byte_text.h"
+#include "host/describe.h"
 #include "host/host_error.h"
 
 namespace qvs_host {
@@ -12,52 +13,56 @@ namespace {
 
 constexpr int kLongestRunSeconds = 1'000'000;
 constexpr int kLongestIntervalMs = 3'600'000;
+constexpr char kExampleUuid[] = "0a1b2c3d-0a1b-2c3d-4e5f-0a1b2c3d4e5f";
+
+/// The hexadecimal digits of a text, without a 0x before them and what is often put around them.
+std::string DigitsOf(std::string text) {
+  if (text.starts_with("0x") || text.starts_with("0X")) text.erase(0, 2);
+  std::erase_if(text,
+                [](char c) { return std::string_view("{}()-: ").find(c) != std::string::npos; });
+  return text;
+}
 
 std::string CheckUuid(const std::string& text) {
-  return UuidToBytes(text) ? "" : "not a UUID like 0a1b2c3d-0a1b-2c3d-4e5f-0a1b2c3d4e5f";
-}
-
-std::string CheckHex(const std::string& text) {
-  return HexToBytes(text) ? "" : "not an even number of hexadecimal digits";
-}
-
-/// What the parser writes into; turned into a `CommandLine` when it is done.
-struct RawOptions {
-  std::string uuid;
-  std::string data;
-  std::string data_hex;
-  int mode = 0;
-  int interval_ms = 500;
-  int for_seconds = 0;
-  bool no_continue = false;
-  bool json = false;
-  bool discoverable = false;
-
-  [[nodiscard]] std::optional<std::chrono::seconds> Duration() const {
-    if (for_seconds == 0) return std::nullopt;
-    return std::chrono::seconds(for_seconds);
+  std::string right = DigitsOf(text);
+  const bool is_uuid = right.size() == 32 && HexToBytes(right);
+  if (!is_uuid) right = kExampleUuid;
+  if (is_uuid) {
+    for (const std::size_t place : {8u, 13u, 18u, 23u}) right.insert(place, 1, '-');
   }
-};
+  return text == right && is_uuid ? ""
+                                  : std::string(is_uuid ? "write " : "not a UUID like ") + right;
+}
+
+/// Turns the digits into what they stand for.
+std::string TakeHex(std::string& text) {
+  if (auto bytes = HexToBytes(text)) {
+    text = *std::move(bytes);
+    return "";
+  }
+  const std::string right = DigitsOf(text);
+  return HexToBytes(right) ? "write " + right : "not an even number of hexadecimal digits";
+}
 
 class Parser {
  public:
   Parser() {
     // None is told apart below, after what was given instead.
     app_.require_subcommand(0, 1);
-    for (CLI::App* const command : {demo_, advertise_, scan_, state_}) command->fallthrough();
     app_.set_version_flag("--version", "qvs_host " QVS_VERSION);
-    auto* const level =
-        AddNumber(app_, "--log-level", result_.log_level, {0, 7},
-                  "Write log lines up to this level: 1 fatal, 3 errors, 4 warnings, "
-                  "6 information, 7 everything")
-            ->capture_default_str();
-    app_.add_option("--log-file", result_.log_file, "Write the log lines to this file as well")
+    app_.get_formatter()->column_width(22);
+    auto* const level = AddNumber(app_, "--log-level", options_.log_level, {0, 7},
+                                  "Write log lines up to this level to the standard\n"
+                                  "error: 3 errors, 4 warnings, 6 information, 7 all")
+                            ->capture_default_str();
+    app_.add_option("--log-file", options_.log_file, "Write them to this file as well")
         ->type_name("FILE")
         ->needs(level);
+    AddDemo();
+    AddPlay();
     AddAdvertise();
     AddScan();
-    AddFlag(*state_, "--discoverable", raw_.discoverable,
-            "Ask as well whether other devices can discover the radio");
+    AddState();
   }
 
   std::variant<CommandLine, Notice> Parse(std::vector<std::string> arguments) {
@@ -72,102 +77,115 @@ class Parser {
     } catch (const CLI::ParseError& error) {
       return Notice{ErrorLine(error.what()), kExitBadArguments};
     }
-    if (app_.get_subcommands().empty()) {
+    if (line_.command == nullptr) {
       return Notice{ErrorLine("a subcommand is required; see --help"), kExitBadArguments};
     }
-    SetCommand();
-    return result_;
+    return line_;
   }
 
  private:
-  struct Bounds {
-    int lowest;
-    int highest;
-  };
+  CLI::App& AddCommand(const char* name, const char* description, Command* command) {
+    CLI::App& app = *app_.add_subcommand(name, description);
+    app.callback([this, command] { line_.command = command; });
+    app.fallthrough();
+    app.footer("Every command takes --log-level N and --log-file FILE: see qvs_host --help.\n");
+    return app;
+  }
 
-  static CLI::Option* AddNumber(CLI::App& app, const char* name, int& value, Bounds bounds,
-                                const std::string& description) {
-    const std::string range =
-        " (" + std::to_string(bounds.lowest) + " to " + std::to_string(bounds.highest) + ')';
-    return app.add_option(name, value, description + range)
-        ->type_name("N")
-        ->check(CLI::Range(bounds.lowest, bounds.highest).description(""));
+  void AddDemo() {
+    AddCommand("demo", "Show everything that the module does, in simulated time", PlayDemo)
+        .add_option("--record", options_.file,
+                    "Write what is played to this file, for 'play',\nto be changed")
+        ->type_name("FILE");
+  }
+
+  void AddPlay() {
+    AddCommand("play", "Play a scenario, a text of what happens at which time", PlayFile)
+        .add_option("scenario", options_.file, "What to play; 'demo --record' writes an example")
+        ->type_name("FILE")
+        ->required();
+  }
+
+  void AddAdvertise() {
+    CLI::App& app = AddCommand("advertise", "Advertise a service UUID", Advertise);
+    AddUuid(app, "The UUID to advertise");
+    auto* const text =
+        app.add_option("--data", options_.data, "Up to 12 bytes of your own, as text");
+    app.add_option("--data-hex", options_.data, "The same as hexadecimal digits: 4100ff")
+        ->type_name("HEX")
+        ->transform(CLI::Validator(TakeHex, ""))
+        ->excludes(text);
+    AddRunning(app);
+  }
+
+  void AddScan() {
+    CLI::App& app = AddCommand("scan", "Show the devices that advertise a service UUID", Scan);
+    AddUuid(app, "The UUID to look for");
+    AddNumber(app, "--mode", options_.mode, {0, 2},
+              "What a report holds with --no-continue:\n"
+              "0  what was heard in the last 20 s\n"
+              "1  everything that was heard; from 30 devices on,\n"
+              "   in the last 20 s\n"
+              "2  what was heard since the last report")
+        ->capture_default_str();
+    AddNumber(app, "--interval", options_.interval_ms, {1, kLongestIntervalMs},
+              "Milliseconds between reports")
+        ->capture_default_str();
+    AddFlag(app, "--no-continue", options_.on_request,
+            "Ask for reports as --mode says, instead of having\n"
+            "what was heard since the last one");
+    AddRunning(app);
+  }
+
+  void AddState() {
+    CLI::App& app = AddCommand("state", "Tell whether Bluetooth LE can be used", ShowState);
+    AddFlag(app, "--discoverable", options_.discoverable,
+            "Ask as well whether other devices can discover\nthe radio");
+    AddOutput(app);
   }
 
   static void AddFlag(CLI::App& app, const char* name, bool& value, const char* description) {
     app.add_flag(name, value, description)->disable_flag_override();
   }
 
-  void AddAdvertise() {
-    AddUuid(*advertise_, "Service UUID to advertise");
-    auto* const text =
-        advertise_->add_option("--data", raw_.data, "Custom data as text, at most 12 bytes");
-    advertise_->add_option("--data-hex", raw_.data_hex, "Custom data as hexadecimal digits")
-        ->type_name("HEX")
-        ->check(CheckHex)
-        ->excludes(text);
-    AddDuration(*advertise_);
+  template <class Number>
+  static CLI::Option* AddNumber(CLI::App& app, const char* name, Number& value,
+                                std::pair<int, int> bounds, const std::string& description) {
+    return app.add_option(name, value, description)
+        ->type_name("N")
+        ->check(CLI::Range(bounds.first, bounds.second).description(""));
   }
 
-  void AddScan() {
-    AddUuid(*scan_, "Service UUID to look for");
-    AddNumber(*scan_, "--mode", raw_.mode, {0, 2}, "Scan mode")->capture_default_str();
-    AddNumber(*scan_, "--interval", raw_.interval_ms, {1, kLongestIntervalMs},
-              "Milliseconds between reports")
-        ->capture_default_str();
-    AddFlag(*scan_, "--no-continue", raw_.no_continue,
-            "No reports by the module itself in modes 0 and 1; it is asked for them");
-    AddFlag(*scan_, "--json", raw_.json, "Print each device as a line of JSON");
-    AddDuration(*scan_);
-  }
-
-  void AddUuid(CLI::App& command, const char* description) {
-    command.add_option("--uuid", raw_.uuid, description)
+  void AddUuid(CLI::App& app, const std::string& description) {
+    app.add_option("--uuid", options_.uuid, description + ", like\n" + kExampleUuid)
         ->type_name("UUID")
         ->required()
-        ->check(CheckUuid);
+        ->check(CLI::Validator(CheckUuid, ""));
   }
 
-  void AddDuration(CLI::App& command) {
-    AddNumber(command, "--for", raw_.for_seconds, {1, kLongestRunSeconds},
-              "Seconds to run; until Ctrl-C without it");
+  void AddRunning(CLI::App& app) {
+    AddNumber(app, "--for", options_.seconds, {1, kLongestRunSeconds},
+              "Seconds to run; without it until Ctrl-C");
+    AddOutput(app);
   }
 
-  void SetCommand() {
-    if (advertise_->parsed()) {
-      result_.command = AdvertiseOptions{
-          .uuid = raw_.uuid,
-          .custom_data = raw_.data_hex.empty() ? raw_.data : HexToBytes(raw_.data_hex).value(),
-          .duration = raw_.Duration()};
-    } else if (scan_->parsed()) {
-      result_.command = ScanOptions{.uuid = raw_.uuid,
-                                    .mode = static_cast<std::uint32_t>(raw_.mode),
-                                    .interval = std::chrono::milliseconds(raw_.interval_ms),
-                                    .continuous = !raw_.no_continue,
-                                    .json = raw_.json,
-                                    .duration = raw_.Duration()};
-    } else if (state_->parsed()) {
-      result_.command = StateOptions{.need_discoverable = raw_.discoverable};
-    }
+  void AddOutput(CLI::App& app) {
+    AddNumber(app, "--retry", options_.retry, {1, 1000},
+              "Check an unavailable adapter again, that often,\nevery 3 s (30 s from 10 on)");
+    AddFlag(app, "--json", options_.json, "Print one JSON object a line");
   }
 
   /// One line, whatever the argument holds that the text quotes.
-  static std::string ErrorLine(std::string text) {
-    for (char& character : text) {
-      if (static_cast<unsigned char>(character) < ' ') character = ' ';
-    }
-    return "qvs_host: " + text + '\n';
+  static std::string ErrorLine(const std::string& text) {
+    return "qvs_host: " + Escaped(text) + '\n';
   }
 
-  CommandLine result_;
-  RawOptions raw_;
-  CLI::App app_{"Bluetooth Low Energy through the module that stands beside this program.",
-                "qvs_host"};
-  CLI::App* demo_ =
-      app_.add_subcommand("demo", "Show everything the module does, in simulated time");
-  CLI::App* advertise_ = app_.add_subcommand("advertise", "Advertise a service UUID");
-  CLI::App* scan_ = app_.add_subcommand("scan", "Show the devices that advertise a service UUID");
-  CLI::App* state_ = app_.add_subcommand("state", "Tell whether Bluetooth LE can be used");
+  CommandLine line_;
+  Options& options_ = line_.options;
+  CLI::App app_{
+      "Bluetooth Low Energy through the module that stands beside this program.\n"
+      "'qvs_host COMMAND --help' tells what a command can be told.",
+      "qvs_host"};
 };
 
 }  // namespace

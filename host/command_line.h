@@ -8,13 +8,10 @@
 
 namespace qvs_host {
 
-struct DemoOptions {};
-
 /// What the program was asked to do.
 struct CommandLine {
-  int log_level = 0;
-  std::string log_file;  ///< UTF-8; empty: none.
-  std::variant<DemoOptions, AdvertiseOptions, ScanOptions, StateOptions> command;
+  Options options;
+  Command* command = nullptr;
 };
 
 /// Text to be printed instead of doing anything.

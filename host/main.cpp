@@ -1,4 +1,4 @@
-#include <filesystem>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -9,8 +9,8 @@
 
 #include "host/command_line.h"
 #include "host/commands.h"
-#include "host/demo/demo.h"
 #include "host/host_error.h"
+#include "host/output.h"
 #include "host/scoped_log_sink.h"
 #include "host/terminal.h"
 
@@ -22,53 +22,39 @@ int Complain(std::string_view what, int exit_status) {
   return exit_status;
 }
 
-/// One overload per command; each gives the exit status.
-struct CommandRunner {
-  int operator()(const DemoOptions&) const { return RunDemo(); }
-  int operator()(const AdvertiseOptions& options) const { return Run(Advertise, options); }
-  int operator()(const ScanOptions& options) const { return Run(Scan, options); }
-  int operator()(const StateOptions& options) const { return Run(ShowState, options); }
-
- private:
-  template <class Options>
-  static int Run(void (*command)(const Options&), const Options& options) {
-    const ScopedLogSink log(base::log::MakeStderrSink());
-    command(options);
-    return kExitOk;
-  }
-};
-
-int Run(const CommandLine& line) {
+int Run(const Options& options, const std::function<void()>& act) {
   std::optional<ScopedLogSink> log_file;
-  if (!line.log_file.empty()) {
-    const std::u8string name(line.log_file.begin(), line.log_file.end());
+  if (!options.log_file.empty()) {
+    const std::u8string name(options.log_file.begin(), options.log_file.end());
     try {
       log_file.emplace(base::log::MakeFileSink(name));
     } catch (const std::system_error& error) {
-      return Complain("cannot open " + line.log_file + ": " + error.code().message(),
+      return Complain("cannot open " + options.log_file + ": " + error.code().message(),
                       kExitBadArguments);
     }
   }
-  base::log::SetLogLevel(line.log_level);
+  base::log::SetLogLevel(options.log_level);
   try {
-    return std::visit(CommandRunner{}, line.command);
+    act();
+    return kExitOk;
+  } catch (const OutputClosed&) {
+    return kExitOk;
   } catch (const std::exception& error) {
     return Complain(error.what(), kExitFailed);
   }
-}
-
-int Print(const Notice& notice) {
-  (notice.exit_status == kExitOk ? std::cout : std::cerr) << notice.text << std::flush;
-  if (!std::cout) return Complain("cannot write to the standard output", kExitFailed);
-  return notice.exit_status;
 }
 
 /// The whole program, in its namespace.
 int Main(int argc, char** argv) {
   PrepareStandardStreams();
   const auto request = ParseCommandLine(ArgumentsInUtf8(argc, argv));
-  if (const auto* const notice = std::get_if<Notice>(&request)) return Print(*notice);
-  return Run(std::get<CommandLine>(request));
+  if (const auto* const line = std::get_if<CommandLine>(&request)) {
+    return Run(line->options, [&] { line->command(line->options); });
+  }
+  const Notice& notice = std::get<Notice>(request);
+  if (notice.exit_status == kExitOk) return Run({}, [&] { Write(notice.text); });
+  std::cerr << notice.text << std::flush;
+  return notice.exit_status;
 }
 
 }  // namespace

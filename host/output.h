@@ -4,8 +4,12 @@
 
 namespace qvs_host {
 
-/// Writes a line to the standard output at once, for people and pipes alike. Throws `HostError`
-/// when nobody takes it.
+/// Nobody reads the standard output any more: the program ends, and quietly.
+struct OutputClosed {};
+
+/// Writes to the standard output at once, for people and pipes alike. Throws `OutputClosed`, or
+/// `HostError` when it cannot be written to. [any thread]
+void Write(std::string_view text);
 void PrintLine(std::string_view line);
 
 }  // namespace qvs_host

@@ -1,40 +1,82 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
-#include <cstdint>
+#include <exception>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <plenar_base/main_looper.h>
-#include <plenar_base/variant.h>
+#include <qvs_windows_ble/client.h>
+#include <nlohmann/json.hpp>
 
-#include "host/module.h"
+#include "host/commands.h"
+#include "host/host_error.h"
+#include "host/output.h"
+#include "host/scoped_log_sink.h"
 #include "host/terminal.h"
 
 namespace qvs_host {
 
-/// The service in real time: a main looper with the module's service on it, until Ctrl-C. All
-/// operations are for the thread that made it.
+/// The module in real time, for a command: tells its user of every event, and runs until Ctrl-C.
+/// All operations are for the thread that made it.
 class Session {
  public:
-  /// Throws `HostError` when the module cannot be used. What `on_event` throws ends the session.
-  explicit Session(Service::EventHandler on_event);
+  /// Throws `ble::Error` when the module cannot be used.
+  explicit Session(const Options& options);
 
-  /// Calls a method; throws `HostError`, with the result code in words, unless it succeeds.
-  void Call(std::uint64_t method, const base::variant::Variant& arguments);
+  /// Makes a call, before which Bluetooth LE support is brought up and, as the options say, an
+  /// unavailable adapter is waited for. False when Ctrl-C came first; throws `HostError` when it
+  /// fails.
+  [[nodiscard]] bool Start(const std::function<ble::Result()>& call);
+  /// The same, but gives the result.
+  [[nodiscard]] ble::Result Try(const std::function<ble::Result()>& call);
 
-  /// Runs until Ctrl-C or, if a time is given, until it is over. Throws what `on_event` threw.
-  void Run(std::optional<std::chrono::seconds> duration);
+  /// Runs until `done`, or Ctrl-C, or the end of the time that the options give. Throws what was
+  /// thrown meanwhile.
+  void Run(const std::function<bool()>& done = [] { return false; });
+  /// Lets the end of what was begun take its time, a few seconds at most.
+  void Finish(const std::function<bool()>& done);
+
+  /// Tells of an event: people in words, programs with its fields and the time.
+  void Tell(nlohmann::ordered_json fields, const std::string& words);
+
+  /// For callbacks and tasks, since who calls those takes no exceptions: `Run` throws them.
+  template <class Function>
+  auto Guarded(Function function) {
+    return [this, function = std::move(function)](auto&&... arguments) {
+      try {
+        function(arguments...);
+      } catch (...) {
+        failure_ = std::current_exception();
+      }
+      looper_.Quit();  // whoever waits looks again
+    };
+  }
+
+  [[nodiscard]] ble::Client& Client() { return client_; }
+
+  std::function<void(const std::string& words)> say = PrintLine;
+  std::function<void(const ble::PublisherStatus&)> on_status = [](const auto&) {};
 
  private:
-  void OnEvent(std::uint64_t event, const base::variant::Variant& value);
+  void Wait(std::chrono::milliseconds limit, int most_interrupts,
+            const std::function<bool()>& done);
 
+  const Options& options_;
+  const ScopedLogSink log_{base::log::MakeStderrSink()};
   base::threading::MainLooperScope looper_;
-  InterruptWatch interrupts_;
-  Service::EventHandler on_event_;
+  std::atomic<int> interrupts_ = 0;
+  InterruptWatch watch_{[this] {
+    ++interrupts_;
+    looper_.Quit();
+  }};
   std::exception_ptr failure_;
-  Module module_;
-  Service service_;
+  std::optional<ble::RetryReport> retried_;
+  ble::Client client_{looper_};
 };
 
 }  // namespace qvs_host

@@ -1,17 +1,18 @@
 #include "host/commands.h"
-#include "host/output.h"
-#include "host/result_text.h"
-#include "host/service_names.h"
+#include "host/describe.h"
 #include "host/session.h"
 
 namespace qvs_host {
 
-void ShowState(const StateOptions& options) {
-  Session session([](std::uint64_t, const base::variant::Variant&) {});
-  base::variant::Variant arguments;
-  arguments.Set("need_check_discoverable", base::variant::Variant(options.need_discoverable));
-  session.Call(ble::method::kCheckBleState, arguments);
-  PrintLine(StateText(ble::result::kSuccess));
+void ShowState(const Options& options) {
+  Session session(options);
+  const ble::Result state =
+      session.Try([&] { return session.Client().CheckState(options.discoverable); });
+  const bool usable = state == ble::Result::kSuccess;
+  if (usable || options.json) {
+    session.Tell({{"event", "state"}, {"state", state}}, std::string(StateMeaning(state)));
+  }
+  if (!usable) throw HostError(ble::Explain(state));
 }
 
 }  // namespace qvs_host

@@ -35,7 +35,7 @@ fi
 
 documents=$(dirname "$(find "$prefix" -name THIRD_PARTY_NOTICES.md)")
 find "$documents" -name '*.md' | while read -r document; do
-  { grep -oE '\]\([^)#:]+' "$document" || true; } | cut -c 3- | while read -r link; do
+  { grep -oE '\]\([^)#: ]+[)#]' "$document" || true; } | sed 's/^..//; s/.$//' | while read -r link; do
     [ -e "$(dirname "$document")/$link" ] || fail "${document#"$documents/"} links to $link, which is not installed"
   done
 done

@@ -7,14 +7,13 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <qvs_windows_ble/client.h>
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
-
-#include "host/byte_text.h"
 
 namespace {
 
@@ -80,40 +79,61 @@ class Program {
   pid_t process_ = -1;
 };
 
-struct Run {
+Outcome RunHost(const std::string& arguments) {
+  return Program(arguments).WaitForEnd();
+}
+
+/// A file that is not there, or holds a text, and is gone at the end.
+struct TemporaryFile {
+  TemporaryFile() = default;
+  explicit TemporaryFile(const std::string& text) { std::ofstream(name) << text; }
+  ~TemporaryFile() { fs::remove(name); }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  const std::string name = testing::TempDir() + RandomUuid();
+};
+
+struct Case {
   std::string arguments;
   int exit_status;
   std::string text;  ///< Printed if it is well, else the complaint.
 };
 
-#define QVS_UUID " --uuid 5eed0000-0a1b-2c3d-4e5f-0a1b2c3d4e5f "
+#define QVS_UUID "5eed0000-0a1b-2c3d-4e5f-0a1b2c3d4e5f"
+#define QVS_UUID_OPTION " --uuid " QVS_UUID " "
 
-const Run kRuns[] = {
+const Case kCases[] = {
     {"--help", 0, "Usage: qvs_host"},
     {"state --discoverable", 0, "Bluetooth LE can be used\n"},
     {"demo --log-level 6", 0, "ble init success"},
-    {"scan --for 1" QVS_UUID, 0, ""},
-    {"advertise --data 'thirteen byte'" QVS_UUID, 1, "the custom data is longer than 12 bytes"},
-    {"'two\nlines'", 2, "not expected: two lines"},
+    {"scan --for 1" QVS_UUID_OPTION, 0, ""},
+    {"advertise --data 'thirteen byte'" QVS_UUID_OPTION, 1,
+     "the custom data is longer than 12 bytes"},
+    {"'two\nlines'", 2, "not expected: two\\u{a}lines"},
     {"--log-level 3", 2, "subcommand"},
     {"--log-level 8 demo", 2, "--log-level"},
     {"--log-file f demo", 2, "--log-level"},
     {"--log-level 3 --log-file /nowhere/f demo", 2, "/nowhere/f"},
     {"demo state", 2, "state"},
     {"advertise", 2, "--uuid"},
-    {"advertise --uuid 0a1b2c3d0a1b2c3d4e5f0a1b2c3d4e5f", 2, "--uuid"},
-    {"advertise --data a --data-hex 00" QVS_UUID, 2, "--data-hex"},
-    {"advertise --data-hex 123" QVS_UUID, 2, "--data-hex"},
-    {"advertise --for 0" QVS_UUID, 2, "--for"},
-    {"scan --mode 3" QVS_UUID, 2, "--mode"},
-    {"scan --interval 0" QVS_UUID, 2, "--interval"},
-    {"scan --json=no" QVS_UUID, 2, "json"},
+    {"advertise --uuid 0A1b2c3d0a1b2c3d4e5f0a1b2c3d4e5f", 2,
+     "0A1b2c3d-0a1b-2c3d-4e5f-0a1b2c3d4e5f"},
+    {"scan --uuid {" QVS_UUID "}", 2, "write " QVS_UUID},
+    {"scan --uuid 0x", 2, "not a UUID like"},
+    {"advertise --data-hex 0x41:00:FF" QVS_UUID_OPTION, 2, "write 4100FF"},
+    {"advertise --data a --data-hex 00" QVS_UUID_OPTION, 2, "--data-hex"},
+    {"advertise --data-hex 123" QVS_UUID_OPTION, 2, "--data-hex"},
+    {"advertise --for 0" QVS_UUID_OPTION, 2, "--for"},
+    {"scan --mode 3" QVS_UUID_OPTION, 2, "--mode"},
+    {"scan --interval 0" QVS_UUID_OPTION, 2, "--interval"},
+    {"scan --json=no" QVS_UUID_OPTION, 2, "json"},
 };
 
 TEST(HostProgram, AnswersWithAnExitStatusAndComplainsInOneLine) {
-  for (const auto& [arguments, exit_status, text] : kRuns) {
+  for (const auto& [arguments, exit_status, text] : kCases) {
     SCOPED_TRACE(arguments);
-    const Outcome outcome = Program(arguments).WaitForEnd();
+    const Outcome outcome = RunHost(arguments);
     EXPECT_EQ(outcome.exit_status, exit_status);
     EXPECT_THAT(exit_status == 0 ? outcome.out : outcome.err, HasSubstr(text));
     EXPECT_TRUE(exit_status == 0 || outcome.out.empty()) << outcome.out;
@@ -121,22 +141,62 @@ TEST(HostProgram, AnswersWithAnExitStatusAndComplainsInOneLine) {
   }
 }
 
-TEST(HostProgram, PlaysTheSameDemoEveryTime) {
-  EXPECT_EQ(Program("demo").WaitForEnd().out, Program("demo").WaitForEnd().out);
+TEST(HostProgram, PlaysTheSameDemoEveryTimeAlsoFromItsRecord) {
+  const std::string expected = ReadFile(QVS_DEMO_OUTPUT);
+  const TemporaryFile scenario;
+  EXPECT_EQ(RunHost("demo --record " + scenario.name).out, expected);
+  EXPECT_EQ(RunHost("play " + scenario.name).out, expected);
+}
+
+const std::array<std::string, 2> kWrongScenarios[] = {
+    // What is played, and what is complained of, after the file's name.
+    {"0 expect result 0,", ":1: waited in vain for: result 0,"},
+    {"# none\n\nTitle\n1 host create\n0.5 host destroy", ":5: earlier than the line before"},
+    {"0 host", ":1: unknown action; there are:"},
+    {"0 host create\n0 host init x", ":2: \"x\" is not a number"},
+    {"0 host check", ":1: there is no host"},
+    {"1e99 host create", ":1: not of the form"},
+};
+
+TEST(HostProgram, SaysWhereAScenarioIsWrongOrWhatItWaitedForInVain) {
+  for (const auto& [text, complaint] : kWrongScenarios) {
+    const TemporaryFile scenario(text);
+    const Outcome outcome = RunHost("play " + scenario.name);
+    EXPECT_EQ(outcome.exit_status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr(scenario.name + complaint));
+  }
+}
+
+const std::array<std::string, 3> kStrangers[] = {
+    // A device's name and its data (in hexadecimal), and how they are shown.
+    {"B\xC3\xBCro", "42c3bc", "\"B\xC3\xBCro\"  data \"B\xC3\xBC\""},
+    {R"(TV\"  data \"1)", "225c22", R"("TV\"  data \"1"  data "\"\\\"")"},
+    {"\x1B[2J\xC2\x9B", "1b5b324a", R"("\u{1b}[2J\u{9b}"  data 0x1b5b324a)"},
+    {"a\xE2\x80\xAE\xE2\x80\x8B", "e2808b", R"("a\u{202e}\u{200b}"  data 0xe2808b)"},
+    {"\xF3\xA0\x80\xA0\xFF", "42fc", "\"\\u{e0020}\xEF\xBF\xBD\"  data 0x42fc"},
+};
+
+TEST(HostProgram, ShowsNoNameThatImitatesOtherFieldsOrCommandsTheTerminal) {
+  for (const auto& [name, data, shown] : kStrangers) {
+    const TemporaryFile scenario("0 host create\n0 air 02:00 \"" + name +
+                                 "\" -50 dBm every 100 ms data " QVS_UUID " 0x" + data +
+                                 "\n0 host scan " QVS_UUID " mode 0 continuous\n1 host destroy");
+    EXPECT_THAT(RunHost("play " + scenario.name).out, HasSubstr("02:00  -50 dBm  " + shown + '\n'));
+  }
 }
 
 TEST(HostProgram, EndsWhenNobodyTakesItsOutput) {
-  const std::string fifo = testing::TempDir() + RandomUuid();
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  const std::string no_reader = "3<>" + fifo + " >" + fifo + " 3<&-";
-  for (const std::string command : {"state ", "demo ", "advertise" QVS_UUID}) {
-    for (const std::string& output : {std::string(">&-"), no_reader}) {
-      const Outcome outcome = Program(command + output).WaitForEnd();
-      EXPECT_EQ(outcome.exit_status, 1) << command << output;
-      EXPECT_EQ(outcome.err, "qvs_host: cannot write to the standard output\n");
-    }
+  const TemporaryFile fifo;
+  ASSERT_EQ(mkfifo(fifo.name.c_str(), 0600), 0);
+  const std::string no_reader = "3<>" + fifo.name + " >" + fifo.name + " 3<&-";
+  for (const std::string command : {"state ", "demo ", "--help ", "advertise" QVS_UUID_OPTION}) {
+    const Outcome closed = RunHost(command + no_reader);
+    EXPECT_EQ(closed.exit_status, 0) << command;
+    EXPECT_EQ(closed.err, "");
+    const Outcome missing = RunHost(command + ">&-");
+    EXPECT_EQ(missing.exit_status, 1) << command;
+    EXPECT_EQ(missing.err, "qvs_host: cannot write to the standard output\n");
   }
-  fs::remove(fifo);
 }
 
 const std::array<std::string, 4> kMeetings[] = {
@@ -154,33 +214,42 @@ TEST(HostProgram, IsHeardByAnother) {
     EXPECT_THAT(scanner.WaitForLine("data"), HasSubstr(shown));
     Program json_scanner("scan --json --uuid " + uuid);
     const auto device = nlohmann::json::parse(json_scanner.WaitForLine("{"));
-    EXPECT_EQ(qvs_host::Base64ToBytes(device.at("advertise_data").at(0).get<std::string>()),
-              qvs_host::UuidToBytes(uuid).value() + bytes);
+    EXPECT_EQ(ble::Base64ToBytes(device.at("advertise_data").at(0).get<std::string>()),
+              ble::UuidToBytes(uuid) + bytes);
+    EXPECT_EQ(device.at("uuid"), uuid);
+    EXPECT_GT(device.at("time"), 1e9);
     for (Program* const program : {&advertiser, &scanner, &json_scanner}) program->Interrupt();
   }
 }
 
-TEST(HostProgram, NeedsWhatStandsBesideItAsItWasSigned) {
-  const std::string folder = testing::TempDir() + RandomUuid() + '/';
-  fs::create_directory(folder);
+TEST(HostProgram, NamesTheFileThatIsMissingOrDamaged) {
+  const TemporaryFile folder;
+  fs::create_directory(folder.name);
   std::istringstream files(QVS_HOST_FILES);
-  for (std::string file; std::getline(files, file, '|');) fs::copy(file, folder);
-  const std::string arguments = "state --log-level 6 --log-file " + folder + "log";
-  const auto run = [&] { return Program(arguments, folder + "qvs_host").WaitForEnd(); };
+  for (std::string file; std::getline(files, file, '|');) fs::copy(file, folder.name);
+  const std::string path = folder.name + '/';
+  const auto run = [&] {
+    return Program("state --log-level 6 --log-file " + path + "log", path + "qvs_host")
+        .WaitForEnd();
+  };
 
   const Outcome whole = run();
   EXPECT_EQ(whole.out, "Bluetooth LE can be used\n");
   EXPECT_THAT(whole.err, HasSubstr("ble init success"));
-  EXPECT_THAT(ReadFile(folder + "log"), HasSubstr("ble init success"));
+  EXPECT_THAT(ReadFile(path + "log"), HasSubstr("ble init success"));
 
-  std::ofstream(folder + "plenar_ble_api.dll", std::ios::app) << "!";
-  const Outcome damaged = run();
-  EXPECT_EQ(damaged.exit_status, 1);
-  EXPECT_THAT(damaged.err, HasSubstr("qvs_host: the BLE API library cannot be used"));
+  std::ofstream(path + ble::kBleApiFile, std::ios::app) << "!";
+  EXPECT_THAT(run().err, HasSubstr(path + ble::kBleApiFile + " is not signed, or was changed"));
+  fs::remove(path + ble::kBleApiFile);
+  EXPECT_THAT(run().err, HasSubstr(path + ble::kBleApiFile + " is missing"));
 
-  fs::remove(folder + QVS_MODULE_FILE);
-  EXPECT_THAT(run().err, HasSubstr("qvs_host: cannot load " QVS_MODULE_FILE));
-  fs::remove_all(folder);
+  std::ofstream(path + ble::kModuleFile) << "!";
+  EXPECT_THAT(run().err, HasSubstr("cannot load " + path + ble::kModuleFile));
+  fs::remove(path + ble::kModuleFile);
+  const Outcome without = run();
+  EXPECT_EQ(without.exit_status, 1);
+  EXPECT_THAT(without.err, HasSubstr(path + ble::kModuleFile + " is missing"));
+  fs::remove_all(folder.name);
 }
 
 }  // namespace

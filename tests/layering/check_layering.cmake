@@ -19,6 +19,7 @@ set(rooms
   compat/non_windows
   compat/windows_bluetooth/control
   compat/windows_bluetooth
+  client
   host)
 
 # What files of a room may include besides their own room: rooms or single files.
@@ -42,16 +43,17 @@ set(compat/windows_bluetooth/control_may)
 set(compat/windows_bluetooth_may
   compat/windows_bluetooth/control companions/plenar_ble_api/system/bluetooth_classes.h
   companions/plenar_ble_api/system/com.h)
-set(host_may
+set(client_may
   platform framework/service.h
-  services/implement/windows_ble/generated/windows_ble_service_ids.h
-  companions/plenar_base/include companions/plenar_base/control companions/plenar_ble_api/control
-  compat/non_windows/control)
+  services/implement/windows_ble/generated/windows_ble_service_ids.h companions/plenar_base/include)
+set(host_may
+  platform client companions/plenar_base/include companions/plenar_base/control
+  companions/plenar_ble_api/control compat/non_windows/control)
 
 # Where an included name may be found.
 set(include_roots
   . platform companions/plenar_base/include companions/plenar_base/control companions/plenar_ble_api/control
-  compat/non_windows/control compat/windows_bluetooth/control companions/plenar_ble_api)
+  compat/non_windows/control compat/windows_bluetooth/control companions/plenar_ble_api client)
 
 set(platform_macro
   "_WIN32|_WIN64|WIN32|_MSC_VER|__MINGW|__CYGWIN__|__linux|__unix|__APPLE__|_POSIX|NTDDI_|_WIN32_WINNT")
@@ -81,7 +83,7 @@ endfunction()
 
 set(faults 0)
 set(includes 0)
-foreach(top IN ITEMS platform framework services companions compat host)
+foreach(top IN ITEMS platform framework services companions compat client host)
   file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/${top}/*.h ${ROOT}/${top}/*.cpp)
   foreach(file IN LISTS files)
     room_of(${file} room)

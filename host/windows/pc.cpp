@@ -1,0 +1,9 @@
+#include "host/play/pc.h"
+
+namespace qvs_host {
+
+const Pc* OurPc() {
+  return nullptr;
+}
+
+}  // namespace qvs_host
