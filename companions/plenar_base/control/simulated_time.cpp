@@ -26,6 +26,10 @@ std::uint64_t SimulatedTime::WallSeconds() const noexcept {
   return static_cast<std::uint64_t>(wall_offset_seconds_) + steady_ms_ / 1000;
 }
 
+std::uint64_t SimulatedTime::WallMilliseconds() const noexcept {
+  return static_cast<std::uint64_t>(wall_offset_seconds_) * 1000 + steady_ms_;
+}
+
 void SimulatedTime::JumpWall(std::int64_t seconds) noexcept {
   wall_offset_seconds_ += seconds;
 }

@@ -2,6 +2,7 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include <plenar_base/log_sink.h>
@@ -17,22 +18,23 @@ char LevelLetter(int level) {
   return known ? kLevelLetters[static_cast<std::size_t>(level)] : '?';
 }
 
-/// "2023-11-14T22:13:20Z"
+/// "2023-11-14T22:13:20.123Z"
 void AppendDateTime(std::string& out, std::uint64_t timestamp) {
   // Kept in the range that the calendar's years can show.
-  constexpr std::uint64_t kLatest = 253'402'300'799;  // 9999-12-31T23:59:59Z
-  const std::chrono::sys_seconds time{
-      std::chrono::seconds(static_cast<std::int64_t>(std::min(timestamp, kLatest)))};
+  constexpr std::uint64_t kLatest = 253'402'300'799'999;  // 9999-12-31T23:59:59.999Z
+  const std::chrono::sys_time<std::chrono::milliseconds> time{
+      std::chrono::milliseconds(static_cast<std::int64_t>(std::min(timestamp, kLatest)))};
   const auto day = std::chrono::floor<std::chrono::days>(time);
   const std::chrono::year_month_day date{day};
   const std::chrono::hh_mm_ss clock{time - day};
 
   std::array<char, 64> text;
   const int length = std::snprintf(
-      text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-      static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
-      static_cast<int>(clock.seconds().count()));
+      text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+      static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+      static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+      static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()),
+      static_cast<int>(clock.subseconds().count()));
   out.append(text.data(), static_cast<std::size_t>(length));
 }
 
@@ -65,6 +67,8 @@ std::string FormatLogRecord(const LogRecord& record) {
   AppendDateTime(out, record.timestamp);
   out += ' ';
   out += LevelLetter(record.level);
+  out += " #";
+  out += std::to_string(record.thread);
   out += ' ';
   if (!record.tag.empty()) {
     out += '[';

@@ -24,6 +24,11 @@ class MachineTime final : public TimeSource {
     // Many times cheaper than the chrono clock, whose fractions nobody wants.
     return static_cast<std::uint64_t>(std::max<std::time_t>(std::time(nullptr), 0));
   }
+  [[nodiscard]] std::uint64_t WallMilliseconds() const noexcept override {
+    const auto since_epoch = std::chrono::system_clock::now().time_since_epoch();
+    const auto count = std::chrono::floor<std::chrono::milliseconds>(since_epoch).count();
+    return static_cast<std::uint64_t>(std::max<decltype(count)>(count, 0));
+  }
 };
 
 struct Current {

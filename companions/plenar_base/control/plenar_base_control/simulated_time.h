@@ -35,6 +35,7 @@ class SimulatedTime final : public TimeSource {
 
   [[nodiscard]] std::uint64_t SteadyMilliseconds() const noexcept override;
   [[nodiscard]] std::uint64_t WallSeconds() const noexcept override;
+  [[nodiscard]] std::uint64_t WallMilliseconds() const noexcept override;
 
   /// Sets the wall clock forward or back; the steady clock is not touched. Any thread.
   void JumpWall(std::int64_t seconds) noexcept;

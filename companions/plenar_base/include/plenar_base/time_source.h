@@ -18,6 +18,11 @@ class TimeSource {
 
   /// Wall-clock time in whole seconds since 1970-01-01 UTC; may jump.
   [[nodiscard]] virtual std::uint64_t WallSeconds() const noexcept = 0;
+
+  /// The same clock in milliseconds.
+  [[nodiscard]] virtual std::uint64_t WallMilliseconds() const noexcept {
+    return WallSeconds() * 1000;
+  }
 };
 
 /// Replaces the time source of the process; null brings the machine's own clocks back. To be
