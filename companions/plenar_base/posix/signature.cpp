@@ -6,8 +6,14 @@
 #include <memory>
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <openssl/cms.h>
 #include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/objects.h>
 #include <openssl/x509v3.h>
 
 #include <plenar_base/crypto.h>
@@ -49,16 +55,50 @@ Store TrustStore() {
   return store;
 }
 
+/// Opens a file to be read in pieces; null if it is not a regular one of at most this size. No
+/// other kind of file is waited for.
+Bio OpenRegularFile(const std::string& path, off_t max_size) {
+  const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (file < 0) return nullptr;
+  Bio bio(BIO_new_fd(file, BIO_CLOSE));
+  if (!bio) close(file);
+  struct stat status;
+  if (!bio || fstat(file, &status) != 0) return nullptr;
+  return S_ISREG(status.st_mode) && status.st_size <= max_size ? std::move(bio) : nullptr;
+}
+
+/// Whether nobody can make another content with the same digest: MD5 and SHA-1 are too short.
+bool IsStrong(int digest) {
+  constexpr int kMinimumBytes = 28;
+  const EVP_MD* const type = EVP_get_digestbynid(digest);
+  return type != nullptr && EVP_MD_get_size(type) >= kMinimumBytes;
+}
+
+bool HasStrongDigests(CMS_SignerInfo* signer) {
+  X509_ALGOR* digest = nullptr;
+  X509_ALGOR* signature = nullptr;
+  CMS_SignerInfo_get0_algs(signer, nullptr, nullptr, &digest, &signature);
+  if (!IsStrong(OBJ_obj2nid(digest->algorithm))) return false;
+  int signed_digest = NID_undef;  // stays so where the algorithm names none of its own
+  OBJ_find_sigid_algs(OBJ_obj2nid(signature->algorithm), &signed_digest, nullptr);
+  return signed_digest == NID_undef || IsStrong(signed_digest);
+}
+
 /// The certificate of who signed the file, if the signature is intact over its bytes and, with a
 /// store given, chains to it. Null otherwise.
 Certificate SignerOf(std::string path, X509_STORE* trusted) {
+  constexpr off_t kMaxSignature = 1 << 20;
+  constexpr off_t kMaxContent = 64 << 20;
   std::replace(path.begin(), path.end(), '\\', '/');
-  const Bio signature(BIO_new_file((path + ".p7s").c_str(), "rb"));
-  const Bio content(BIO_new_file(path.c_str(), "rb"));
+  const Bio signature = OpenRegularFile(path + ".p7s", kMaxSignature);
+  const Bio content = OpenRegularFile(path, kMaxContent);
   if (!signature || !content) return nullptr;
 
   const Cms cms(d2i_CMS_bio(signature.get(), nullptr));
-  if (!cms || sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(cms.get())) != 1) return nullptr;
+  if (!cms) return nullptr;
+  auto* const infos = CMS_get0_SignerInfos(cms.get());
+  if (sk_CMS_SignerInfo_num(infos) != 1) return nullptr;
+  if (!HasStrongDigests(sk_CMS_SignerInfo_value(infos, 0))) return nullptr;
   const unsigned flags = CMS_BINARY | (trusted == nullptr ? CMS_NO_SIGNER_CERT_VERIFY : 0u);
   if (CMS_verify(cms.get(), nullptr, trusted, content.get(), nullptr, flags) != 1) return nullptr;
 

@@ -15,13 +15,39 @@
 namespace util {
 namespace {
 
+/// A file that nobody changes meanwhile; invalid if it is not a regular one of bounded size.
+class RegularFile {
+ public:
+  explicit RegularFile(const std::wstring& path)
+      : handle_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+  ~RegularFile() {
+    if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+  }
+  RegularFile(const RegularFile&) = delete;
+  RegularFile& operator=(const RegularFile&) = delete;
+
+  [[nodiscard]] HANDLE Handle() const { return handle_; }
+  [[nodiscard]] bool IsValid() const {
+    constexpr LONGLONG kMaxSize = 64 << 20;
+    LARGE_INTEGER size;
+    return GetFileType(handle_) == FILE_TYPE_DISK && GetFileSizeEx(handle_, &size) &&
+           size.QuadPart <= kMaxSize;
+  }
+
+ private:
+  HANDLE handle_;
+};
+
 /// The system's verification of a file, without asking the user or the network. What it found can
 /// be read while this object exists.
 class Verification {
  public:
-  explicit Verification(const std::wstring& path) {
+  explicit Verification(const std::wstring& path) : opened_(path) {
+    if (!opened_.IsValid()) return;
     file_.cbStruct = sizeof(file_);
     file_.pcwszFilePath = path.c_str();
+    file_.hFile = opened_.Handle();
     data_.cbStruct = sizeof(data_);
     data_.dwUIChoice = WTD_UI_NONE;
     data_.fdwRevocationChecks = WTD_REVOKE_NONE;
@@ -32,6 +58,7 @@ class Verification {
     result_ = Call();
   }
   ~Verification() {
+    if (data_.cbStruct == 0) return;
     data_.dwStateAction = WTD_STATEACTION_CLOSE;
     Call();
   }
@@ -43,6 +70,7 @@ class Verification {
 
   /// The certificate of the one who signed; null if there is none, or more than one.
   [[nodiscard]] PCCERT_CONTEXT Signer() const {
+    if (data_.hWVTStateData == nullptr) return nullptr;
     CRYPT_PROVIDER_DATA* const found = WTHelperProvDataFromStateData(data_.hWVTStateData);
     if (found == nullptr || found->csSigners != 1) return nullptr;
     CRYPT_PROVIDER_SGNR* const signer = WTHelperGetProvSignerFromChain(found, 0, FALSE, 0);
@@ -57,9 +85,10 @@ class Verification {
     return WinVerifyTrust(static_cast<HWND>(INVALID_HANDLE_VALUE), &action, &data_);
   }
 
+  const RegularFile opened_;
   WINTRUST_FILE_INFO file_{};
   WINTRUST_DATA data_{};
-  LONG result_;
+  LONG result_ = TRUST_E_NOSIGNATURE;
 };
 
 /// The results that speak about who signed only: the signature itself was found intact before.
