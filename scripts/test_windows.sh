@@ -13,4 +13,4 @@ wine=$PWD/build/windows/wine
 trap 'scripts/wine.sh "$wine" remove' EXIT
 scripts/wine.sh "$wine" remove # what an earlier run left when it was killed
 say "testing build/windows under Wine"
-ctest --preset windows --parallel "$(nproc)" "$@" || fail "a test failed under Wine"
+ctest --preset windows --parallel "$(nproc)" "$@" 8>&- || fail "a test failed under Wine"

@@ -2,11 +2,10 @@
 # Runs Windows programs without a display, in a Windows of their own:
 #   scripts/wine.sh FOLDER run PROGRAM [ARGUMENTS]      FOLDER is made on first use
 #   scripts/wine.sh FOLDER collect PROGRAM [ARGUMENTS]  the same, the output comes when it has ended
-#   scripts/wine.sh FOLDER stop                         ends every program that still runs in it
-#   scripts/wine.sh FOLDER remove                       the same, and removes it
+#   scripts/wine.sh FOLDER remove                       ends every program that still runs in it, too
 set -euo pipefail
 
-folder=${1:?usage: scripts/wine.sh FOLDER run|collect|stop|remove [PROGRAM ARGUMENTS]}
+folder=${1:?usage: scripts/wine.sh FOLDER run|collect|remove [PROGRAM ARGUMENTS]}
 action=${2:?no action was named}
 shift 2
 
@@ -78,7 +77,6 @@ collect)
   rm "$output"
   exit "$status"
   ;;
-stop) stop ;;
 remove)
   stop
   rm -rf "$folder"
