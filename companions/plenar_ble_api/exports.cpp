@@ -87,7 +87,9 @@ void BleClientStopWatchBroadcast() {
 
 int BleServerAddManufacturerData(std::uint16_t company, const std::uint8_t* data,
                                  std::size_t length) {
-  if (data == nullptr && length != 0) return plenar_ble::kInvalidArgument;
+  if ((data == nullptr && length != 0) || length > plenar_ble::kMaxManufacturerDataLength) {
+    return plenar_ble::kInvalidArgument;
+  }
   return Guarded([=] { return ActiveRadio().SetManufacturerData(company, {data, length}); });
 }
 

@@ -12,9 +12,8 @@
 
 #include <gmock/gmock.h>
 
-#include "radio/radio.h"
 #include "simulated_bluetooth/simulated_bluetooth.h"
-#include "tests/plenar_ble_api/radio_user.h"
+#include "tests/plenar_ble_api/ble_api.h"
 
 namespace {
 
@@ -58,18 +57,15 @@ int ThreadCount() {
   return count;
 }
 
-class SystemRadioTest : public testing::Test {
+class SimulatedBluetoothTest : public testing::Test {
  protected:
-  void SetUp() override {
+  SimulatedBluetoothTest() {
     // A host's thread that is in an apartment of its own is none of the radio's business.
     RoInitialize(RO_INIT_SINGLETHREADED);
     simulated_bluetooth::Register(Beside("simulated_bluetooth.dll"));
     Make([](State&) {});
-    plenar_ble::SelectRadio(plenar_ble_control::RadioKind::kSystem);
-    Begin();
   }
-  void TearDown() override {
-    BleUnInit();
+  ~SimulatedBluetoothTest() override {
     simulated_bluetooth::Register({});
     RoUninitialize();
   }
@@ -80,6 +76,15 @@ class SystemRadioTest : public testing::Test {
     *state = State();
     set(*state);
   }
+};
+
+class SystemRadioTest : public SimulatedBluetoothTest, public BleApi {
+ protected:
+  void SetUp() override {
+    control.SelectRadio(plenar_ble_control::RadioKind::kSystem);
+    Begin();
+  }
+  void TearDown() override { BleUnInit(); }
 
   void Begin() {
     ASSERT_EQ(BleInit(0), 0);
@@ -280,31 +285,23 @@ TEST_F(SystemRadioTest, ReportsOfTheSystemThatComeTooLateDoNothing) {
   }
 }
 
-TEST_F(SystemRadioTest, NothingIsLeftOfALibraryThatWasUsedAndUnloaded) {
-  BleUnInit();
+TEST_F(SimulatedBluetoothTest, NothingIsLeftOfALibraryThatWasUsedAndUnloaded) {
   Locked()->air[0] = Sent(1, 0, {"\x09x"});
   const int threads = ThreadCount();
   for (int round = 0; round < 100; ++round) {
-    const HMODULE library = LoadLibraryW(Beside("plenar_ble_api.dll").c_str());
-    ASSERT_NE(library, nullptr);
-    const auto function = [&]<class F>(F*, const char* name) {
-      return reinterpret_cast<F*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
-    };
-    const auto control =
-        function(static_cast<plenar_ble_control::PlenarBleControlFunction*>(nullptr),
-                 plenar_ble_control::kControlExport);
-    control()->SelectRadio(plenar_ble_control::RadioKind::kSystem);
-    EXPECT_EQ(function(&BleInit, "BleInit")(0), 0);
     Journal heard;
-    function(&BleClientSetReceivedBroadcastCB, "BleClientSetReceivedBroadcastCB")(
-        [&](const auto& info) { heard.Note(info.local_name); });
-    EXPECT_EQ(function(&BleCheckState, "BleCheckState")(), BleError::kNone);
-    EXPECT_EQ(function(&BleClientStartWatchBroadcast, "BleClientStartWatchBroadcast")(), 0);
-    EXPECT_TRUE(heard.WaitFor("x"));
-    if (round % 2 == 1) function(&BleClientStopWatchBroadcast, "BleClientStopWatchBroadcast")();
-    function(&BleUnInit, "BleUnInit")();
-    FreeLibrary(library);
-    EXPECT_EQ(GetModuleHandleA("plenar_ble_api.dll"), nullptr);
+    {
+      const BleApi api;
+      api.control.SelectRadio(plenar_ble_control::RadioKind::kSystem);
+      EXPECT_EQ(api.BleInit(0), 0);
+      api.BleClientSetReceivedBroadcastCB([&](const auto& info) { heard.Note(info.local_name); });
+      EXPECT_EQ(api.BleCheckState(), BleError::kNone);
+      EXPECT_EQ(api.BleClientStartWatchBroadcast(), 0);
+      EXPECT_TRUE(heard.WaitFor("x"));
+      if (round % 2 == 1) api.BleClientStopWatchBroadcast();
+      api.BleUnInit();
+    }
+    EXPECT_EQ(GetModuleHandleA(BleApi::kFile), nullptr);
   }
   Sleep(100);  // The double's own threads end.
   EXPECT_LE(ThreadCount(), threads);

@@ -1,66 +1,53 @@
 #include "air/datagram.h"
 
 #include <algorithm>
-#include <random>
+#include <array>
 
-#include "air/process_identity.h"
-#include "air/text.h"
+#include "text.h"
 
 namespace plenar_ble {
 namespace {
 
-constexpr std::array<std::uint8_t, 5> kPrefix{'P', 'B', 'L', 'E', 1};
+constexpr std::array<std::uint8_t, 5> kPrefix{'P', 'B', 'L', 'E', 2};
 constexpr std::uint16_t kNonConnectableUndirected = 3;
 
-/// Signal strength has no meaning on a loopback; each sender is given one of its own.
-std::int16_t SignalStrengthOf(const Address& sender) {
-  return static_cast<std::int16_t>(-45 - sender.back() % 32);
+std::uint8_t ByteOf(std::uint32_t number, unsigned index) {
+  return static_cast<std::uint8_t>(number >> 8 * index);
 }
 
 }  // namespace
 
-Bytes EncodeDatagram(const Address& sender, ByteView advertising_data) {
-  Bytes datagram(kDatagramHeaderLength + advertising_data.size());
-  auto next = std::copy(kPrefix.begin(), kPrefix.end(), datagram.begin());
-  next = std::copy(sender.begin(), sender.end(), next);
-  std::copy(advertising_data.begin(), advertising_data.end(), next);
+Bytes Encode(const Datagram& datagram) {
+  Bytes bytes(kPrefix.begin(), kPrefix.end());
+  for (unsigned i = 0; i < 4; ++i) bytes.push_back(ByteOf(datagram.process, i));
+  for (unsigned i = 0; i < 2; ++i) bytes.push_back(ByteOf(datagram.company, i));
+  bytes.insert(bytes.end(), datagram.data.begin(), datagram.data.end());
+  return bytes;
+}
+
+std::optional<Datagram> Decode(ByteView bytes) {
+  if (bytes.size() < kDatagramHeaderLength || bytes.size() > kMaxDatagramLength ||
+      !std::equal(kPrefix.begin(), kPrefix.end(), bytes.begin())) {
+    return std::nullopt;
+  }
+  Datagram datagram{0, 0, bytes.subspan(kDatagramHeaderLength)};
+  for (std::size_t i = 4; i-- > 0;) datagram.process = datagram.process << 8 | bytes[5 + i];
+  datagram.company = static_cast<std::uint16_t>(bytes[10] << 8 | bytes[9]);
   return datagram;
 }
 
-std::optional<Address> SenderOf(ByteView datagram) {
-  if (datagram.size() < kDatagramHeaderLength) return std::nullopt;
-  if (!std::equal(kPrefix.begin(), kPrefix.end(), datagram.begin())) return std::nullopt;
-  Address sender;
-  std::copy_n(datagram.begin() + kPrefix.size(), sender.size(), sender.begin());
-  return sender;
-}
-
-std::optional<BleBroadcastInfo> DecodeDatagram(ByteView datagram) {
-  const std::optional<Address> sender = SenderOf(datagram);
-  if (!sender) return std::nullopt;
+BleBroadcastInfo Heard(const Datagram& datagram) {
+  // The first byte says that the address is of one device, and of nobody's range.
+  std::array<std::uint8_t, 6> address{0x02, 0x50};
+  for (unsigned i = 0; i < 4; ++i) address.at(5 - i) = ByteOf(datagram.process, i);
   BleBroadcastInfo info;
-  if (!ParseAdvertisingData(datagram.subspan(kDatagramHeaderLength), info)) return std::nullopt;
-  info.address = AddressText(*sender);
-  info.rssi = SignalStrengthOf(*sender);
+  info.address = HexText(address, ":");
+  info.local_name = "Virtual radio " + HexText(ByteView(address).last(4));
+  // Signal strength has no meaning here; each process is given one of its own.
+  info.rssi = static_cast<std::int16_t>(-45 - static_cast<int>(datagram.process % 32));
   info.advertisement_type = kNonConnectableUndirected;
+  info.manufacturer_data[datagram.company].assign(datagram.data.begin(), datagram.data.end());
   return info;
-}
-
-Address OwnAddress() {
-  std::mt19937_64 generator(ProcessIdentity());
-  std::uint64_t bits = generator();
-  Address address;
-  for (std::uint8_t& byte : address) {
-    byte = static_cast<std::uint8_t>(bits);
-    bits >>= 8;
-  }
-  address[0] = static_cast<std::uint8_t>((address[0] & ~0x01) | 0x02);  // Unicast, local.
-  return address;
-}
-
-std::string OwnLocalName() {
-  const Address address = OwnAddress();
-  return "Virtual radio " + HexText(ByteView(address).last(2));
 }
 
 }  // namespace plenar_ble

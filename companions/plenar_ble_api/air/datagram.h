@@ -1,39 +1,41 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
+#include <span>
+#include <vector>
 
-#include "air/advertising_data.h"
+#include <plenar_ble_api/ble_api.h>
 
 namespace plenar_ble {
 
-using Address = std::array<std::uint8_t, 6>;
+using Bytes = std::vector<std::uint8_t>;
+using ByteView = std::span<const std::uint8_t>;
 
-/// One broadcast on the loopback air, the same for every platform:
+/// One broadcast on the loopback air, the same for every platform. Numbers are little-endian.
 ///
-///     offset  length      content
-///     0       4           "PBLE"
-///     4       1           version, 1
-///     5       6           address of the sender, in the order of its text
-///     11      0 to 1650   advertising data
+///     offset  length    content
+///     0       4         "PBLE"
+///     4       1         version, 2
+///     5       4         id of the sending process
+///     9       2         company identifier
+///     11      0 to 252  manufacturer data
+struct Datagram {
+  std::uint32_t process;
+  std::uint16_t company;
+  ByteView data;
+};
+
 inline constexpr std::size_t kDatagramHeaderLength = 11;
-inline constexpr std::size_t kMaxDatagramLength = kDatagramHeaderLength + kMaxAdvertisingDataLength;
+inline constexpr std::size_t kMaxDatagramLength = kDatagramHeaderLength + 252;
 
-[[nodiscard]] Bytes EncodeDatagram(const Address& sender, ByteView advertising_data);
+[[nodiscard]] Bytes Encode(const Datagram& datagram);
 
-/// The sender, when the header is one of ours; costs nothing more than looking.
-[[nodiscard]] std::optional<Address> SenderOf(ByteView datagram);
+/// A view of `bytes`, which come from anywhere; none unless they are a broadcast of ours.
+[[nodiscard]] std::optional<Datagram> Decode(ByteView bytes);
 
-/// None for anything malformed. The memory taken is in proportion to the datagram.
-[[nodiscard]] std::optional<BleBroadcastInfo> DecodeDatagram(ByteView datagram);
-
-/// The address of this process's radio: random, locally administered, the same for as long as the
-/// process lives, however often the library is loaded.
-[[nodiscard]] Address OwnAddress();
-/// For example "Virtual radio 3F07".
-[[nodiscard]] std::string OwnLocalName();
+/// The broadcast as a radio hears it. A process has an address and a name of its own.
+[[nodiscard]] BleBroadcastInfo Heard(const Datagram& datagram);
 
 }  // namespace plenar_ble

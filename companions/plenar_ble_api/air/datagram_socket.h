@@ -13,6 +13,9 @@ namespace plenar_ble {
 inline constexpr char kAirAddress[] = "127.255.255.255";
 inline constexpr std::uint16_t kAirPort = 32337;
 
+/// Which process of the machine this is.
+[[nodiscard]] std::uint32_t OwnProcess();
+
 /// Sends to the loopback air. One thread at a time.
 class DatagramSender {
  public:

@@ -12,18 +12,21 @@ namespace plenar_ble {
 
 /// Holds one callable of the library's user. All operations are for any thread; the callable runs,
 /// and is destroyed, while no lock is held.
-template <typename... Args>
+template <class... Args>
 class CallableSlot {
  public:
   using Callable = std::function<void(Args...)>;
 
-  /// Replaces the callable. When this returns, the former one is not running any more; on a thread
-  /// of the library, where that could be the caller itself, it may still be.
+  /// Replaces the callable. When this returns, the former one is not running any more and is
+  /// destroyed; on a thread of the library, where the caller itself could be running it, it may
+  /// still be.
   void Set(Callable callable) {
-    auto entry = Exchange(std::move(callable));
+    const auto entry = Exchange(std::move(callable));
     if (entry == nullptr || OnLibraryThread()) return;
+    Callable former;
     std::unique_lock lock(mutex_);
     returned_.wait(lock, [&] { return entry->running == 0; });
+    former.swap(entry->callable);  // Who ran it may hold the entry for a moment more.
   }
 
   /// As `Set`, without waiting.

@@ -27,4 +27,9 @@ std::thread StartLibraryThread(std::function<void()> body) {
   });
 }
 
+void RunOnLibraryThread(const std::function<void()>& body) {
+  if (OnLibraryThread()) return body();
+  StartLibraryThread(body).join();
+}
+
 }  // namespace plenar_ble

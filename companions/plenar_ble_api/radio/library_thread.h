@@ -13,6 +13,10 @@ namespace plenar_ble {
 /// A thread of the library. `body` must not throw.
 [[nodiscard]] std::thread StartLibraryThread(std::function<void()> body);
 
+/// Runs `body`, which must not throw, on a thread of the library, the caller's if it is one, and
+/// returns when that is done.
+void RunOnLibraryThread(const std::function<void()>& body);
+
 /// Makes a thread of somebody else's, on which the library was called back, count as one of the
 /// library's for as long as it lives.
 class LibraryThreadScope {
@@ -30,7 +34,6 @@ class LibraryThreadScope {
 /// unloads. To be dropped by a caller that has the library loaded itself.
 using LibraryReference = std::unique_ptr<void, void (*)(void*)>;
 
-/// Null when the code is part of the program and needs no keeping.
 [[nodiscard]] LibraryReference ReferToLibrary();
 
 }  // namespace plenar_ble

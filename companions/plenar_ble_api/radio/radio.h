@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -18,6 +19,9 @@ enum Result : int {
   kRefusedBySystem = 5,
   kFailure = 6,  ///< Out of memory or threads.
 };
+
+/// What one item of manufacturer data holds after its company identifier.
+inline constexpr std::size_t kMaxManufacturerDataLength = 252;
 
 /// `CheckState` before `Init`.
 inline constexpr BleError kCheckedBeforeInit{1};
@@ -55,14 +59,14 @@ class Radio {
   virtual int StartWatch() = 0;
   virtual void StopWatch() = 0;
 
-  /// For the next start; the former data goes.
+  /// For the next start; the former data goes. Of `kMaxManufacturerDataLength` at most.
   virtual int SetManufacturerData(std::uint16_t company, std::span<const std::uint8_t> data) = 0;
   virtual void SetStatusChanged(BleStatusChangedCB callback) = 0;
   virtual int StartBroadcast() = 0;
   virtual void StopBroadcast() = 0;
 
-  /// Back to the state after loading, as when the library is about to be unloaded: as `UnInit`
-  /// without a report, and the log callable goes too.
+  /// Back to the state after loading, for the moment when the library is being unloaded: as
+  /// `UnInit` without a report, the log callable goes too, and the library is not let go.
   virtual void Clear() = 0;
 
  protected:

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "air/advertising_data.h"
-#include "air/text.h"
+#include "system/data_section.h"
+#include "text.h"
 
 namespace plenar_ble {
 namespace {
@@ -19,7 +19,7 @@ constexpr std::size_t kMostDevices = 1024;
 std::string TextOf(std::uint64_t address) {
   std::uint8_t bytes[6]{};
   for (int i = 5; i >= 0; --i, address >>= 8) bytes[i] = static_cast<std::uint8_t>(address);
-  return AddressText(bytes);
+  return HexText(bytes, ":");
 }
 
 bool IsConnectable(AdvertisementType type) {
@@ -40,7 +40,7 @@ void ReadSections(const ComPtr<winrt::IAdvertisement>& advertisement, BleBroadca
     Check(sections->GetAt(i, section.Out()), "BluetoothLEAdvertisement.DataSections.GetAt");
     Check(section->get_DataType(&type), "BluetoothLEAdvertisementDataSection.DataType");
     Check(section->get_Data(data.Out()), "BluetoothLEAdvertisementDataSection.Data");
-    AddSection(SectionType{type}, winrt::BytesOf(data), info);
+    AddSection(type, winrt::BytesOf(data), info);
   }
 }
 

@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "air/advertising_data.h"
 #include "radio/library_thread.h"
 #include "radio/radio.h"
 #include "system/adapter.h"
@@ -146,7 +145,6 @@ void WindowsRadio::StopWatch() {
 }
 
 int WindowsRadio::SetManufacturerData(std::uint16_t company, std::span<const std::uint8_t> data) {
-  if (data.size() > kMaxManufacturerDataLength) return kInvalidArgument;
   const std::scoped_lock lock(mutex_);
   item_ = {company, {data.begin(), data.end()}};
   return kAccepted;

@@ -18,8 +18,7 @@ plenar_ble_control::RadioKind VirtualRadio::SelectedRadio() const {
 
 void VirtualRadio::Reset() {
   Clear();
-  const auto lifecycle = LockLifecycle();
-  if (lifecycle && !OnLibraryThread()) library_.reset();
+  UnInit();  // Lets the library go.
 }
 
 void VirtualRadio::SetCallObserver(CallObserver observer) {
@@ -36,29 +35,29 @@ void VirtualRadio::ThrowFrom(std::string_view function, int times) {
 
 void VirtualRadio::SetAutomaticReports(bool automatic) {
   const Lock lock(core_.mutex);
-  core_.reports.automatic = automatic;
+  core_.automatic_reports = automatic;
 }
 
 void VirtualRadio::SetReportDelays(const plenar_ble_control::ReportDelays& delays) {
   const Lock lock(core_.mutex);
-  core_.reports.delays = delays;
+  core_.delays = delays;
 }
 
 void VirtualRadio::ReportPublisherStatus(BlePublisherStatus status, BleError error) {
-  core_.scheduler.Run([&] { publisher_.status_changed(status, error); });
+  RunOnLibraryThread([&] { publisher_.status_changed(status, error); });
 }
 
 void VirtualRadio::ReportWatcherStopped(BleError error) {
-  core_.scheduler.Run([&] { watcher_.stopped(error); });
+  RunOnLibraryThread([&] { watcher_.stopped(error); });
 }
 
 void VirtualRadio::ReportBroadcast(const BleBroadcastInfo& info) {
-  core_.scheduler.Run([&] { watcher_.received(info); });
+  RunOnLibraryThread([&] { watcher_.received(info); });
 }
 
 void VirtualRadio::ReportLog(const char* file, int line, const char* function, int level,
                              const char* message) {
-  core_.scheduler.Run([&] { core_.log(file, line, function, level, message); });
+  RunOnLibraryThread([&] { core_.log(file, line, function, level, message); });
 }
 
 void VirtualRadio::SetAir(plenar_ble_control::Air air) {

@@ -1,9 +1,6 @@
 #include "virtual/publisher.h"
 
-#include <string>
 #include <utility>
-
-#include "air/datagram.h"
 
 namespace plenar_ble {
 namespace {
@@ -12,29 +9,31 @@ constexpr std::uint64_t kAdvertisingIntervalMs = 100;
 
 }  // namespace
 
-Result Publisher::SetManufacturerData(std::uint16_t company, ByteView data) {
-  if (data.size() > kMaxManufacturerDataLength) return kInvalidArgument;
-  manufacturer_data_ = {company, Bytes(data.begin(), data.end())};
-  return kAccepted;
+void Publisher::SetManufacturerData(std::uint16_t company, ByteView data) {
+  data_ = {company, Bytes(data.begin(), data.end())};
 }
 
 Result Publisher::Start() {
   if (!core_.initialised) return kNotInitialised;
-  if (status_ != BlePublisherStatus::kStopped) return kBusy;
-  if (!manufacturer_data_) return kNoData;
-  const Bytes data = AdvertisingData();
-  if (data.size() > kMaxAdvertisingDataLength) return kInvalidArgument;
-  if (core_.air == plenar_ble_control::Air::kLoopback && !StartSending(data))
-    return kRefusedBySystem;
-  on_air_ = manufacturer_data_;
-  status_ = BlePublisherStatus::kStarted;
+  if (!data_) return kNoData;
+  std::unique_ptr<DatagramSender> sender;
+  if (core_.air == plenar_ble_control::Air::kLoopback) {
+    sender = DatagramSender::Open();
+    if (sender == nullptr) {
+      core_.Log(LogLevel::kError, "the socket to advertise through cannot be opened");
+      return kRefusedBySystem;
+    }
+  }
+  Silence();
+  on_air_ = data_;
+  sender_ = std::move(sender);
+  if (sender_ != nullptr) StartSending();
   core_.Log(LogLevel::kInformation, "publisher starts");
-  core_.scheduler.Cancel(this);  // The answer to a stop of nothing is out of date.
-  if (core_.reports.automatic) {
-    const auto& delays = core_.reports.delays;
+  status_ = BlePublisherStatus::kStarted;
+  if (core_.automatic_reports) {
     status_ = BlePublisherStatus::kStarting;
-    ReportAfter(delays.starting, BlePublisherStatus::kStarting);
-    ReportAfter(delays.starting + delays.started, BlePublisherStatus::kStarted);
+    ReportAfter(core_.delays.starting, BlePublisherStatus::kStarting);
+    ReportAfter(core_.delays.starting + core_.delays.started, BlePublisherStatus::kStarted);
   }
   return kAccepted;
 }
@@ -44,18 +43,19 @@ void Publisher::Stop() {
   const bool runs = status_ != BlePublisherStatus::kStopped;
   if (runs) core_.Log(LogLevel::kInformation, "publisher stops");
   Silence();
-  if (!core_.reports.automatic) return;
-  const auto& delays = core_.reports.delays;
+  if (!core_.automatic_reports) return;
   if (runs) {
     status_ = BlePublisherStatus::kStopping;
-    ReportAfter(delays.stopping, BlePublisherStatus::kStopping);
+    ReportAfter(core_.delays.stopping, BlePublisherStatus::kStopping);
   }
-  ReportAfter(delays.stopping + delays.stopped, BlePublisherStatus::kStopped);
+  ReportAfter(core_.delays.stopping + core_.delays.stopped, BlePublisherStatus::kStopped);
 }
 
-void Publisher::TakeDown() {
+bool Publisher::TakeDown() {
+  const bool ran = status_ != BlePublisherStatus::kStopped;
   Silence();
-  manufacturer_data_.reset();
+  data_.reset();
+  return ran && core_.automatic_reports;
 }
 
 void Publisher::Silence() {
@@ -66,28 +66,13 @@ void Publisher::Silence() {
   status_ = BlePublisherStatus::kStopped;
 }
 
-Bytes Publisher::AdvertisingData() const {
-  Bytes data;
-  const std::string name = OwnLocalName();
-  AppendSection(static_cast<std::uint8_t>(SectionType::kCompleteLocalName),
-                Bytes(name.begin(), name.end()), data);
-  AppendManufacturerData(manufacturer_data_->company, manufacturer_data_->data, data);
-  return data;
-}
-
-bool Publisher::StartSending(ByteView advertising_data) {
-  sender_ = DatagramSender::Open();
-  if (sender_ == nullptr) {
-    core_.Log(LogLevel::kError, "the socket to advertise through cannot be opened");
-    return false;
-  }
+void Publisher::StartSending() {
   core_.scheduler.Every(kAdvertisingIntervalMs, &sender_,
-                        [this, datagram = EncodeDatagram(OwnAddress(), advertising_data),
+                        [this, datagram = Encode({OwnProcess(), on_air_->company, on_air_->data}),
                          failed = false](RadioCore::Lock&) mutable {
                           if (sender_->Send(datagram) || std::exchange(failed, true)) return;
                           core_.Log(LogLevel::kError, "the advertisement cannot be sent");
                         });
-  return true;
 }
 
 void Publisher::ReportAfter(std::uint64_t delay, BlePublisherStatus status) {

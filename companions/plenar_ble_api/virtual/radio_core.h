@@ -1,9 +1,8 @@
 #pragma once
 
 #include <mutex>
-#include <string>
+#include <string_view>
 
-#include <plenar_ble_api/ble_api.h>
 #include <plenar_ble_control/virtual_radio.h>
 
 #include "radio/callable_slot.h"
@@ -11,12 +10,6 @@
 #include "virtual/scheduler.h"
 
 namespace plenar_ble {
-
-/// Whether, when and how starts and stops are reported.
-struct ReportSettings {
-  bool automatic = true;
-  plenar_ble_control::ReportDelays delays;
-};
 
 /// What the publisher and the watcher share. `mutex` guards everything of the radio's but the
 /// callables, and is never held while one of these runs.
@@ -27,11 +20,12 @@ struct RadioCore {
   Scheduler scheduler{mutex};
   bool initialised = false;
   plenar_ble_control::Air air = plenar_ble_control::Air::kLoopback;
-  ReportSettings reports;
+  bool automatic_reports = true;
+  plenar_ble_control::ReportDelays delays;
   CallableSlot<const char*, int, const char*, int, const char*> log;
 
   /// Hands a line to the log callable on the scheduler's thread, if there is one. With the lock.
-  void Log(LogLevel level, std::string message, const char* file = __builtin_FILE(),
+  void Log(LogLevel level, std::string_view message, const char* file = __builtin_FILE(),
            int line = __builtin_LINE(), const char* function = __builtin_FUNCTION());
 };
 

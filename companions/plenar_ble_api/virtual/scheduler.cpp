@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <limits>
 #include <utility>
 
@@ -16,10 +17,6 @@ std::uint64_t SteadyNow() {
   return std::chrono::duration_cast<Milliseconds>(
              std::chrono::steady_clock::now().time_since_epoch())
       .count();
-}
-
-std::uint64_t SaturatingSum(std::uint64_t a, std::uint64_t b) {
-  return a + std::min(b, std::numeric_limits<std::uint64_t>::max() - a);
 }
 
 }  // namespace
@@ -43,9 +40,6 @@ void Scheduler::Stop(Lock& lock) {
   lock.unlock();
   thread_.join();
   lock.lock();
-  // Nothing may be left to release when the library is unloaded.
-  errands_.shrink_to_fit();
-  running_errands_.shrink_to_fit();
 }
 
 void Scheduler::After(std::uint64_t delay, Owner owner, Task task) {
@@ -61,47 +55,14 @@ void Scheduler::Cancel(Owner owner) {
   if (running_ == owner) running_cancelled_ = true;
 }
 
-void Scheduler::Post(std::function<void()> errand) {
-  errands_.push_back(std::move(errand));
-  wake_.notify_one();
-}
-
-void Scheduler::Run(const std::function<void()>& errand) {
-  if (OnLibraryThread()) return errand();
-  Lock lock(mutex_);
-  if (!IsAlive()) {
-    lock.unlock();
-    return StartLibraryThread(errand).join();
-  }
-  bool done = false;
-  std::condition_variable finished;
-  const auto run = [&] {
-    errand();
-    const std::scoped_lock relock(mutex_);
-    done = true;
-    finished.notify_one();
-  };
-  Post([&run] { run(); });  // Small enough to be held without an allocation.
-  finished.wait(lock, [&] { return done; });
-}
-
-void Scheduler::UseRealTime() {
-  SetClock(std::nullopt);
-}
-
-void Scheduler::UseManualTime(std::uint64_t now) {
-  SetClock(now);
-}
-
 void Scheduler::SetClock(std::optional<std::uint64_t> manual_now) {
   const std::uint64_t before = Now();
   manual_now_ = manual_now;
-  std::multimap<std::uint64_t, Entry> moved;
-  for (auto& [deadline, entry] : queue_) {
-    const std::uint64_t remaining = deadline > before ? deadline - before : 0;
-    moved.emplace(SaturatingSum(Now(), remaining), std::move(entry));
+  for (Queue former = std::exchange(queue_, {}); !former.empty();) {
+    auto node = former.extract(former.begin());
+    node.key() = DeadlineAfter(node.key() - std::min(before, node.key()));
+    queue_.insert(std::move(node));
   }
-  queue_ = std::move(moved);
   wake_.notify_one();
 }
 
@@ -125,25 +86,28 @@ std::uint64_t Scheduler::Now() const {
   return manual_now_ ? *manual_now_ : SteadyNow();
 }
 
+std::uint64_t Scheduler::DeadlineAfter(std::uint64_t delay) const {
+  const std::uint64_t now = Now();
+  return now + std::min(delay, std::numeric_limits<std::uint64_t>::max() - now);
+}
+
 bool Scheduler::IsDue() const {
   const std::optional<std::uint64_t> limit = manual_now_ ? manual_limit_ : SteadyNow();
   return limit && !queue_.empty() && queue_.begin()->first <= *limit;
 }
 
 void Scheduler::Add(std::uint64_t delay, Entry entry) {
-  queue_.emplace(SaturatingSum(Now(), delay), std::move(entry));
+  queue_.emplace(DeadlineAfter(delay), std::move(entry));
   wake_.notify_one();
 }
 
 void Scheduler::RunThread() {
   Lock lock(mutex_);
   while (true) {
-    if (!errands_.empty()) {
-      RunErrands(lock);
+    if (IsDue()) {
+      RunFirst(lock);
     } else if (stopping_) {
       break;
-    } else if (IsDue()) {
-      RunFirst(lock);
     } else {
       Sleep(lock);
     }
@@ -151,30 +115,24 @@ void Scheduler::RunThread() {
   ended_ = true;
 }
 
-void Scheduler::RunErrands(Lock& lock) {
-  running_errands_.swap(errands_);
-  busy_ = true;
-  lock.unlock();
-  for (const auto& errand : running_errands_) errand();
-  running_errands_.clear();
-  lock.lock();
-  busy_ = false;
-  quiet_.notify_all();
-}
-
 void Scheduler::RunFirst(Lock& lock) {
   auto node = queue_.extract(queue_.begin());
+  Entry& entry = node.mapped();
   if (manual_now_) manual_now_ = std::max(*manual_now_, node.key());
   busy_ = true;
-  running_ = node.mapped().owner;
+  running_ = entry.owner;
   running_cancelled_ = false;
-  node.mapped().task(lock);
+  try {
+    entry.task(lock);
+  } catch (const std::exception&) {
+    // Out of memory: one report or broadcast less.
+  }
   if (!lock.owns_lock()) lock.lock();
   busy_ = false;
   running_ = nullptr;
   ++runs_;
-  if (node.mapped().interval != 0 && !running_cancelled_) {
-    node.key() = SaturatingSum(Now(), node.mapped().interval);
+  if (entry.interval != 0 && !running_cancelled_) {
+    node.key() = DeadlineAfter(entry.interval);
     queue_.insert(std::move(node));
   }
   quiet_.notify_all();

@@ -8,15 +8,14 @@
 #include <mutex>
 #include <optional>
 #include <thread>
-#include <vector>
 
 namespace plenar_ble {
 
 /// Runs tasks at their deadlines, one after the other, on a thread of its own.
 ///
 /// It works under its owner's mutex, so that taking a task from the queue and acting on the owner's
-/// state are one step: a task that was cancelled never runs. All operations need the mutex held,
-/// except those that say otherwise. Times and delays are in milliseconds.
+/// state are one step: a task that was cancelled never runs. All operations need the mutex held.
+/// Times and delays are in milliseconds.
 ///
 /// 1. Tasks run in the order of their deadlines; of equal ones, the one scheduled first.
 /// 2. A repeated task that comes late is not made up for.
@@ -24,7 +23,7 @@ namespace plenar_ble {
 class Scheduler {
  public:
   using Lock = std::unique_lock<std::mutex>;
-  /// Starts with the lock held and may give it up.
+  /// Starts with the lock held and may give it up. What it throws is dropped.
   using Task = std::function<void(Lock& lock)>;
   /// Names what a task belongs to, for `Cancel`; only its value is used.
   using Owner = const void*;
@@ -42,15 +41,8 @@ class Scheduler {
   void Every(std::uint64_t interval, Owner owner, Task task);
   void Cancel(Owner owner);
 
-  /// Runs `errand` on the thread as soon as it is free, whatever the time, and without the lock.
-  /// The thread must have been started.
-  void Post(std::function<void()> errand);
-  /// Runs `errand` on a thread of the library, whether or not the scheduler's runs, and returns
-  /// when that is done. Without the lock.
-  void Run(const std::function<void()>& errand);
-
-  void UseRealTime();
-  void UseManualTime(std::uint64_t now);
+  void UseRealTime() { SetClock(std::nullopt); }
+  void UseManualTime(std::uint64_t now) { SetClock(now); }
   [[nodiscard]] std::optional<std::uint64_t> NextDeadline() const;
   /// How many tasks ran. Does nothing in real time.
   std::size_t AdvanceTo(std::uint64_t now, Lock& lock);
@@ -61,14 +53,15 @@ class Scheduler {
     std::uint64_t interval;  // 0: once.
     Task task;
   };
+  using Queue = std::multimap<std::uint64_t, Entry>;  // By deadline.
 
   [[nodiscard]] bool IsAlive() const { return thread_.joinable() && !ended_; }
   [[nodiscard]] bool IsDue() const;
   [[nodiscard]] std::uint64_t Now() const;
+  [[nodiscard]] std::uint64_t DeadlineAfter(std::uint64_t delay) const;
   void Add(std::uint64_t delay, Entry entry);
   void SetClock(std::optional<std::uint64_t> manual_now);
   void RunThread();
-  void RunErrands(Lock& lock);
   void RunFirst(Lock& lock);
   void Sleep(Lock& lock);
 
@@ -78,16 +71,14 @@ class Scheduler {
   std::thread thread_;
   bool stopping_ = false;
   bool ended_ = false;  // The thread has left its loop and takes the lock no more.
-  std::multimap<std::uint64_t, Entry> queue_;
-  std::vector<std::function<void()>> errands_;
-  std::vector<std::function<void()>> running_errands_;  // The thread's own.
+  Queue queue_;
   bool busy_ = false;
   Owner running_ = nullptr;  // Owner of the task that is running.
   bool running_cancelled_ = false;
   std::size_t runs_ = 0;
   std::optional<std::uint64_t> manual_now_;
-  std::optional<std::uint64_t>
-      manual_limit_;  // While `AdvanceTo` runs: what is due by then may run.
+  /// While `AdvanceTo` runs: what is due by then may run.
+  std::optional<std::uint64_t> manual_limit_;
 };
 
 }  // namespace plenar_ble

@@ -22,7 +22,11 @@ Radio& ActiveRadio() {
 bool SelectRadio(RadioKind kind) {
   Radio* const wanted = kind == RadioKind::kSystem ? SystemRadio() : &VirtualRadio::Instance();
   if (wanted == nullptr) return false;
-  if (Radio* const former = Active().exchange(wanted); former != wanted) former->Clear();
+  Radio* const former = Active().exchange(wanted);
+  if (former != wanted) {
+    former->Clear();
+    former->UnInit();  // Lets the library go.
+  }
   return true;
 }
 

@@ -1,10 +1,11 @@
 #include "virtual/virtual_radio.h"
 
 #include <cstddef>
+#include <exception>
 #include <new>
 #include <utility>
 
-#include "air/text.h"
+#include "text.h"
 
 namespace plenar_ble {
 namespace {
@@ -40,7 +41,7 @@ void VirtualRadio::UnInit() {
   script_.Begin("BleUnInit");
   const auto lifecycle = LockLifecycle();
   if (!lifecycle) return;
-  TakeDown();
+  TakeDown(true);
   if (!OnLibraryThread()) library_.reset();
 }
 
@@ -90,7 +91,8 @@ int VirtualRadio::SetManufacturerData(std::uint16_t company, std::span<const std
                                 " data=" + (data.data() == nullptr ? "null" : HexText(data));
   if (const int told = script_.Begin("BleServerAddManufacturerData", arguments)) return told;
   const Lock lock(core_.mutex);
-  return publisher_.SetManufacturerData(company, data);
+  publisher_.SetManufacturerData(company, data);
+  return kAccepted;
 }
 
 void VirtualRadio::SetStatusChanged(BleStatusChangedCB callback) {
@@ -113,28 +115,36 @@ void VirtualRadio::StopBroadcast() {
 void VirtualRadio::Clear() {
   const auto lifecycle = LockLifecycle();
   if (!lifecycle) return;
-  TakeDown();
+  TakeDown(false);
   core_.log.Set({});
   script_.Reset();
   const Lock lock(core_.mutex);
   core_.scheduler.UseRealTime();
   core_.air = plenar_ble_control::Air::kLoopback;
-  core_.reports = {};
+  core_.automatic_reports = true;
+  core_.delays = {};
   watcher_.ClearAir();
 }
 
-std::unique_lock<std::mutex> VirtualRadio::LockLifecycle() {
+std::unique_lock<std::recursive_mutex> VirtualRadio::LockLifecycle() {
   if (OnLibraryThread()) return std::unique_lock(lifecycle_mutex_, std::try_to_lock);
   return std::unique_lock(lifecycle_mutex_);
 }
 
-void VirtualRadio::TakeDown() {
-  {
-    Lock lock(core_.mutex);
-    core_.initialised = false;
-    publisher_.TakeDown();
-    watcher_.TakeDown();
-    core_.scheduler.Stop(lock);
+void VirtualRadio::TakeDown(bool reports) {
+  Lock lock(core_.mutex);
+  core_.initialised = false;
+  const bool stops_publisher = publisher_.TakeDown();
+  watcher_.TakeDown(lock);
+  core_.scheduler.Stop(lock);
+  lock.unlock();
+  if (reports && stops_publisher) {
+    try {
+      RunOnLibraryThread(
+          [this] { publisher_.status_changed(BlePublisherStatus::kStopped, BleError::kNone); });
+    } catch (const std::exception&) {
+      // Without memory or threads there is no report, but still an end.
+    }
   }
   publisher_.status_changed.Set({});
   watcher_.received.Set({});

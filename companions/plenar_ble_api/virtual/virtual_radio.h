@@ -72,14 +72,14 @@ class VirtualRadio final : public Radio, public plenar_ble_control::VirtualRadio
 
   /// Taken while the radio goes up or down; none when that is under way elsewhere and the caller,
   /// a thread of the library, may be what is waited for there.
-  std::unique_lock<std::mutex> LockLifecycle();
-  void TakeDown();
+  std::unique_lock<std::recursive_mutex> LockLifecycle();
+  void TakeDown(bool reports);
 
   mutable RadioCore core_;
   Publisher publisher_{core_};
   Watcher watcher_{core_};
   CallScript script_;
-  std::mutex lifecycle_mutex_;
+  std::recursive_mutex lifecycle_mutex_;     // Reports of the taking down may come back to it.
   std::optional<LibraryReference> library_;  // While a thread may be alive.
 };
 

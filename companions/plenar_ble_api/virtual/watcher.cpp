@@ -1,8 +1,40 @@
 #include "virtual/watcher.h"
 
+#include <array>
+#include <new>
+#include <thread>
 #include <utility>
 
+#include "air/datagram_socket.h"
+#include "radio/library_thread.h"
+
 namespace plenar_ble {
+
+using plenar_ble_control::Air;
+
+/// Hears the loopback air on a thread of its own for as long as it lives. Destroying it waits for
+/// that thread, which must not be the caller's and may be waiting for the core's lock.
+class Watcher::Listener {
+ public:
+  Listener(std::unique_ptr<DatagramReceiver> receiver, Watcher& watcher)
+      : receiver_(std::move(receiver)), thread_(StartLibraryThread([this, &watcher] {
+          // One byte more than is ever sent, so that what is too long shows.
+          std::array<std::uint8_t, kMaxDatagramLength + 1> buffer;
+          while (const auto length = receiver_->Receive(buffer)) {
+            watcher.OnDatagram(ByteView(buffer).first(*length));
+          }
+        })) {}
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+  ~Listener() {
+    receiver_->Interrupt();
+    thread_.join();
+  }
+
+ private:
+  std::unique_ptr<DatagramReceiver> receiver_;
+  std::thread thread_;
+};
 
 void Watcher::SetScanMode(int mode) {
   if (mode < 0 || mode > 2) {
@@ -14,60 +46,49 @@ void Watcher::SetScanMode(int mode) {
 
 Result Watcher::Start() {
   if (!core_.initialised) return kNotInitialised;
-  if (watching_) return kAccepted;
-  if (core_.air == plenar_ble_control::Air::kLoopback && !StartListening()) return kRefusedBySystem;
-  watching_ = true;
-  core_.Log(LogLevel::kInformation, "watcher starts");
-  if (HearsInProcessAir()) {
+  if (IsWatching()) return kAccepted;
+  if (core_.air == Air::kLoopback && listener_ == nullptr) {
+    auto receiver = DatagramReceiver::Open();
+    if (receiver == nullptr) {
+      core_.Log(LogLevel::kError, "the socket to listen on cannot be opened");
+      return kRefusedBySystem;
+    }
+    listener_ = std::make_shared<Listener>(std::move(receiver), *this);
+  }
+  watched_air_ = core_.air;
+  if (watched_air_ == Air::kInProcess) {
     for (const auto& item : devices_) StartHearing(item.second);
   }
+  core_.Log(LogLevel::kInformation, "watcher starts");
   return kAccepted;
 }
 
 void Watcher::Stop() {
   if (!core_.initialised) return;
-  if (watching_) core_.Log(LogLevel::kInformation, "watcher stops");
+  if (IsWatching()) core_.Log(LogLevel::kInformation, "watcher stops");
   Silence();
-  if (!core_.reports.automatic) return;
-  core_.scheduler.After(core_.reports.delays.watcher_stopped, this, [this](RadioCore::Lock& lock) {
+  if (!core_.automatic_reports) return;
+  core_.scheduler.After(core_.delays.watcher_stopped, this, [this](RadioCore::Lock& lock) {
     lock.unlock();
     stopped(BleError::kNone);
   });
 }
 
-void Watcher::TakeDown() {
+void Watcher::TakeDown(RadioCore::Lock& lock) {
   Silence();
   scan_mode_ = 0;
+  if (OnLibraryThread()) return;
+  auto listener = std::move(listener_);
+  lock.unlock();
+  listener.reset();
+  lock.lock();
 }
 
-void Watcher::PutOnAir(BleBroadcastInfo info, std::uint64_t interval_ms) {
-  TakeOffAir(info.address);
-  auto device = std::make_shared<const Device>(Device{std::move(info), interval_ms});
-  devices_.emplace(device->info.address, device);
-  if (HearsInProcessAir()) StartHearing(device);
-}
-
-void Watcher::TakeOffAir(const std::string& address) {
-  const auto item = devices_.find(address);
-  if (item == devices_.end()) return;
-  core_.scheduler.Cancel(item->second.get());
-  devices_.erase(item);
-}
-
-void Watcher::ClearAir() {
-  while (!devices_.empty()) TakeOffAir(std::string(devices_.begin()->first));
-}
-
-bool Watcher::StartListening() {
-  auto receiver = DatagramReceiver::Open();
-  if (receiver == nullptr) {
-    core_.Log(LogLevel::kError, "the socket to listen on cannot be opened");
-    return false;
-  }
-  listener_ = std::make_shared<LoopbackListener>(
-      std::move(receiver),
-      [this, own = OwnAddress()](ByteView datagram) { OnDatagram(datagram, own); });
-  return true;
+void Watcher::PutOnAir(const BleBroadcastInfo& info, std::uint64_t interval_ms) {
+  DevicePtr& device = devices_[info.address];
+  core_.scheduler.Cancel(device.get());
+  device = std::make_shared<const Device>(Device{info, interval_ms});
+  if (watched_air_ == Air::kInProcess) StartHearing(device);
 }
 
 void Watcher::StartHearing(const DevicePtr& device) {
@@ -78,24 +99,20 @@ void Watcher::StartHearing(const DevicePtr& device) {
 }
 
 void Watcher::Silence() {
-  watching_ = false;
+  watched_air_.reset();
   for (const auto& item : devices_) core_.scheduler.Cancel(item.second.get());
-  if (listener_ == nullptr) return;
-  // Its thread may be the caller, so another one has to wait for it.
-  listener_->Interrupt();
-  core_.scheduler.Post([listener = std::exchange(listener_, nullptr)] {});
 }
 
-void Watcher::OnDatagram(ByteView datagram, const Address& own_address) {
-  const auto sender = SenderOf(datagram);
-  if (!sender || *sender == own_address) return;
-  const auto info = DecodeDatagram(datagram);
-  if (!info) return;
+void Watcher::OnDatagram(ByteView bytes) try {
+  const auto datagram = Decode(bytes);
+  if (!datagram || datagram->process == OwnProcess()) return;
   {
     const std::scoped_lock lock(core_.mutex);
-    if (!watching_) return;
+    if (watched_air_ != Air::kLoopback) return;
   }
-  received(*info);
+  received(Heard(*datagram));
+} catch (const std::bad_alloc&) {
+  // One broadcast less.
 }
 
 }  // namespace plenar_ble

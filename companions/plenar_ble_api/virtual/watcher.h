@@ -3,14 +3,15 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <plenar_ble_api/ble_api.h>
+#include <plenar_ble_control/virtual_radio.h>
 
-#include "air/advertising_data.h"
 #include "air/datagram.h"
-#include "air/loopback_listener.h"
 #include "radio/callable_slot.h"
+#include "radio/radio.h"
 #include "virtual/radio_core.h"
 
 namespace plenar_ble {
@@ -30,36 +31,35 @@ class Watcher {
 
   Result Start();
   void Stop();
-  /// As a stop, without a report; the scan mode goes.
-  void TakeDown();
-  [[nodiscard]] bool IsWatching() const { return watching_; }
+  /// As a stop, without a report; the scan mode goes. Ends the thread that listens and waits for
+  /// it, with the lock given up, unless the caller is a thread of the library.
+  void TakeDown(RadioCore::Lock& lock);
+  [[nodiscard]] bool IsWatching() const { return watched_air_.has_value(); }
 
-  // The in-process air. Its devices outlive `TakeDown`.
-  void PutOnAir(BleBroadcastInfo info, std::uint64_t interval_ms);
-  void TakeOffAir(const std::string& address);
-  void ClearAir();
+  /// The in-process air's devices outlive `TakeDown`.
+  void PutOnAir(const BleBroadcastInfo& info, std::uint64_t interval_ms);
+  void ClearAir() { devices_.clear(); }
 
   CallableSlot<const BleBroadcastInfo&> received;
   CallableSlot<BleError> stopped;
 
  private:
+  class Listener;
   struct Device {
     BleBroadcastInfo info;
     std::uint64_t interval_ms;
   };
   using DevicePtr = std::shared_ptr<const Device>;
 
-  [[nodiscard]] bool HearsInProcessAir() const { return watching_ && listener_ == nullptr; }
-  bool StartListening();
   void StartHearing(const DevicePtr& device);
   void Silence();
-  void OnDatagram(ByteView datagram, const Address& own_address);
+  void OnDatagram(ByteView bytes);
 
   RadioCore& core_;
   int scan_mode_ = 0;
-  bool watching_ = false;
-  std::shared_ptr<LoopbackListener> listener_;  // While watching the loopback air.
-  std::map<std::string, DevicePtr> devices_;    // By address.
+  std::optional<plenar_ble_control::Air> watched_air_;
+  std::shared_ptr<Listener> listener_;        // From the first watch of the loopback air on.
+  std::map<std::string, DevicePtr> devices_;  // By address.
 };
 
 }  // namespace plenar_ble

@@ -1,6 +1,25 @@
 #include <windows.h>
 
+#include "radio/library_thread.h"
 #include "radio/radio.h"
+
+namespace plenar_ble {
+namespace {
+
+void Drop(void* library) {
+  FreeLibrary(static_cast<HMODULE>(library));
+}
+
+}  // namespace
+
+LibraryReference ReferToLibrary() {
+  HMODULE library = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                     reinterpret_cast<const char*>(&ReferToLibrary), &library);
+  return {library, Drop};
+}
+
+}  // namespace plenar_ble
 
 /// When the library is unloaded, none of its threads is alive, since each keeps it loaded, and only
 /// memory is left to release. At the end of the process the system has ended the threads wherever
