@@ -1,14 +1,10 @@
 // Retries within the daily budget, and shut-down.
-#include <functional>
-
 #include "tests/support/module_test.h"
 
 namespace qvs_test {
 namespace {
 
-constexpr int kDay = 86'400;  // seconds
-constexpr char kCheck[] = "ble BleCheckState()";
-constexpr char kNextDay[] = "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0";
+constexpr std::int64_t kDay = 86'400;  // seconds
 
 /// A host whose adapter is temporarily unavailable from the start: the service waits, down.
 class RetryTest : public ModuleTest {
@@ -18,14 +14,12 @@ class RetryTest : public ModuleTest {
     Start();
   }
 };
+using RetryStory = StoryTest<RetryTest>;
 
 TEST_F(RetryTest, TheBudgetSetsTheInterval) {
   const std::pair<int, std::uint64_t> cases[] = {{1, 3000}, {9, 3000}, {10, 30'000}, {500, 30'000}};
   for (const auto& [budget, interval] : cases) {
     EXPECT_EQ(Init(budget), 4);
-    EXPECT_EQ(Take(kLog).back(),
-              "6 StartInitCheckTimer: enter, has_retry_time_ = 0,retry_time_ = " +
-                  std::to_string(budget));
     EXPECT_EQ(UntilTick(), interval) << budget;
     RunFor(1000);
     Init(budget * 100);
@@ -34,55 +28,34 @@ TEST_F(RetryTest, TheBudgetSetsTheInterval) {
   }
 }
 
-TEST_F(RetryTest, GivesUpWhenTheBudgetIsUsedUp) {
+TEST_F(RetryStory, GivesUpWhenTheBudgetIsUsedUp) {
   Init(3);
-  Take();
-  RunFor(8999);
-  EXPECT_THAT(Take(), ElementsAre(kCheck, kCheck)) << "no line: the adapter is as it was";
-  RunFor(1);
-  EXPECT_THAT(Take(),
-              ElementsAre(kCheck, "6 StopInitCheckTimer: enter",
-                          "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
-                          "6 ReportRetryInfo: report success", RetryInfo(false, 3)));
-  // Each further `Init` has one more tick.
-  for (const int used : {4, 5}) {
+  Wait(8999);
+  Wait(1);
+  for (int further = 0; further < 2; ++further) {  // each has one more tick
     EXPECT_EQ(UntilTick(), 0u);
     Init(3);
-    RunFor(3000);
-    EXPECT_THAT(Take(kEvent), ElementsAre(RetryInfo(false, used)));
+    Wait(3000);
   }
 }
 
-TEST_F(RetryTest, ComesUpAtTheTickThatFindsTheAdapter) {
+TEST_F(RetryStory, ComesUpAtTheTickThatFindsTheAdapter) {
   pc_.SetDiscoverable(false);  // which a re-check does not ask for
   Init(5);
-  RunFor(3000);
+  Wait(3000);
   SetAdapter(0);
-  Take();
-  RunFor(3000);
-  EXPECT_THAT(Take(), ElementsAre(kCheck, "6 StopInitCheckTimer: enter",
-                                  "ble BleClientSetReceivedBroadcastCB(callable=set)",
-                                  "ble BleClientSetStoppedWatchBroadcastCB(callable=set)",
-                                  "ble BleServerSetStatusChangedCB(callable=set)",
-                                  "6 DoInitCheckCallback: ble init success", kCheck,
-                                  "6 CheckBleState: ble state change from: 1, to: 0", "state 0",
-                                  "6 ReportRetryInfo: report success", RetryInfo(true, 2)));
+  Wait(3000);
   EXPECT_EQ(UntilTick(), 0u);
   EXPECT_EQ(pc_.WindowCount(), 1u);
-  CheckState();
-  EXPECT_THAT(Take(kEvent), IsEmpty()) << "the report was made";
+  CheckState();  // the report was made
 }
 
-TEST_F(RetryTest, ATickThatSucceedsSetsTheCountBackBeforeTheBudgetIsTested) {
+TEST_F(RetryStory, SetsTheCountBackAtATickThatSucceedsBeforeTheBudgetIsTested) {
   for (const int budget_at_the_tick : {1, 0}) {
     Init(1);
     Init(budget_at_the_tick);  // replaces the budget; the timer goes on
     SetAdapter(0);
-    Take();
-    RunFor(3000);
-    Lines events = {"state 0", RetryInfo(true, 1)};
-    if (budget_at_the_tick == 0) events.push_back(RetryInfo(false, 0));
-    EXPECT_EQ(Take(kEvent), events);
+    Wait(3000);
     Restart();
   }
 }
@@ -91,128 +64,89 @@ TEST_F(RetryTest, MoreThanADayAfterTheFirstTickANewPeriodBegins) {
   // The jump of the clock comes on top of the three seconds between the two ticks.
   const std::pair<std::int64_t, bool> cases[] = {
       {kDay - 3, false}, {kDay - 2, true}, {-3, false}, {-4, true}};
+  const char line[] = "6 DoInitCheckCallback: the next day,reset has_retry_time_ = 0";
   for (const auto& [jump, another_day] : cases) {
     Init(2);
     RunFor(3000);
     time_->JumpWall(jump);
     RunFor(3000);
-    EXPECT_THAT(Take(kLog), Contains(kNextDay).Times(another_day)) << jump;
+    EXPECT_THAT(Take(kLog), Contains(line).Times(another_day)) << jump;
     EXPECT_EQ(UntilTick(), another_day ? 3000u : 0u) << jump << ": tested before the budget";
     RunFor(3000);
-    EXPECT_THAT(Take(kLog), Not(Contains(kNextDay))) << jump;
+    EXPECT_THAT(Take(kLog), Not(Contains(line))) << jump;
     Restart();
   }
 }
 
-TEST_F(RetryTest, ASecondSetUpWhileUpLeaksNothing) {
+TEST_F(RetryStory, SetsUpTwiceAndLeaksNothing) {
   Init(5);
   SetAdapter(0);
-  EXPECT_EQ(Init(5), 0);  // does not stop the timer, which sets up again
-  Take();
-  RunFor(3000);
-  EXPECT_THAT(Take(kEvent), ElementsAre("state 0", RetryInfo(true, 1), RetryInfo(true, 1)));
+  Init(5);  // does not stop the timer, which sets up again
+  Wait(3000);
   EXPECT_EQ(pc_.WindowCount(), 1u);
   EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
   ChangeDevices();
-  EXPECT_THAT(Take(kLog), ElementsAre("6 MessageWndProc: system ble setting changed"));
 }
 
-TEST_F(RetryTest, AReportThatNobodyHearsIsOwed) {
+TEST_F(RetryStory, OwesAReportThatNobodyHears) {
   for (const bool success : {false, true}) {
     Init(3);
     UnInit();  // not up: nothing changes
     DestroyService(service_);
     if (success) SetAdapter(0);
-    Take();
-    RunFor(9000);
-    EXPECT_THAT(Take(kLog), Contains("6 ReportRetryInfo: report failed"));
+    Wait(9000);
     SetAdapter(0);
     service_ = CreateService();
-    EXPECT_THAT(Take(kEvent), IsEmpty());
     CheckState();
-    EXPECT_THAT(Take(kEvent), ElementsAre(RetryInfo(true, success ? 0 : 3)));
     Restart();
   }
 }
 
 // What closes the gate is the library's handle, not whether somebody keeps the library loaded.
-TEST_F(RetryTest, TheReCheckCallsNothingThroughAClosedGate) {
+TEST_F(RetryStory, CallsNothingThroughAClosedGate) {
   Init(3);
   SetAdapter(0);
-  EXPECT_EQ(Init(3), 0);  // leaves the retry timer running
+  Init(3);  // leaves the retry timer running
   UnInit();
   EXPECT_GT(LoadCount(), 0);
-  Take();
-  RunFor(60'000);
-  EXPECT_THAT(Take(),
-              ElementsAre("6 StopInitCheckTimer: enter",
-                          "6 DoInitCheckCallback: has_retry_time_ >= retry_time_, stop timer",
-                          "6 ReportRetryInfo: report failed"))
-      << "a check that is refused is one that fails, so the budget runs out";
-  SetAdapter(6);
-  Init(3);
-  radio_->SetResult("BleInit", 1);
-  EXPECT_EQ(Init(3), 3);
-  Take();
-  RunFor(3000);
-  EXPECT_THAT(Take(kBle), IsEmpty());
+  Wait(60'000);  // a check that is refused is one that fails, so the budget runs out
 }
 
-using LifecycleTest = ServiceTest;
+using LifecycleStory = StoryTest<ServiceTest>;
 
-TEST_F(LifecycleTest, TakesDownAndBringsUpAgain) {
-  for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(UnInit(), 0);
-    EXPECT_THAT(
-        Take(kUsual | kWindows),
-        ElementsAre("6 UnInit: start ble uninit...", "ble BleUnInit()", "win FreeLibrary(*)",
-                    "win DestroyWindow(*)", "win UnregisterDeviceNotification(*)",
-                    "6 UnInit: ble uninit success", "ret 0"));
-    EXPECT_EQ(UnInit(), 1);
-    EXPECT_THAT(Take(kUsual | kWindows), ElementsAre("3 UnInit: ble is not inited", "ret 1"));
-    EXPECT_EQ(Init(0), 0);
-    EXPECT_THAT(Take(kWindows),
-                AllOf(Contains("win CreateWindowExA(0, \"PlenarBLEStateClass\", null, 13565952, 0, "
-                               "0, 0, 0, null, null, *, null)"),
-                      Contains("win RegisterDeviceNotificationA(*, *, 0)"),
-                      Not(Contains(HasSubstr("win Destroy")))));
-    EXPECT_EQ(pc_.WindowCount(), 1u);
-    EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
-  }
-}
-
-TEST_F(LifecycleTest, EveryRequestIsRefusedWhenDown) {
+TEST_F(LifecycleStory, TakesDownAndBringsUpAgain) {
   UnInit();
-  Take();
-  const std::pair<const char*, std::function<int()>> calls[] = {
-      {"CheckBleState", [this] { return CheckState(true); }},
-      {"BleStartBroadcast", [this] { return Advertise("not a uuid", ""); }},
-      {"BleStartWatchBroadcast", [this] { return Scan(kUuid, 0, true); }},
-  };
-  for (const auto& [function, call] : calls) {
-    EXPECT_EQ(call(), 1);
-    EXPECT_THAT(Take(), ElementsAre("3 " + std::string(function) + ": ble is not inited", "ret 1"));
-  }
-  EXPECT_EQ(GetCache(), 0);
+  EXPECT_EQ(pc_.WindowCount() + pc_.DeviceNotificationCount(), 0u);
+  UnInit();
+  Init(0);
+  EXPECT_EQ(pc_.WindowCount(), 1u);
+  EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
+  kinds_ |= kWindows;
 }
 
-TEST_F(LifecycleTest, StateOutlivesUnInit) {
+TEST_F(LifecycleStory, RefusesEveryRequestWhenDown) {
+  UnInit();
+  CheckState(true);
+  Advertise("not a uuid", "");
+  StopAdvertising();
+  Scan(kUuid, 0, true);
+  GetCache();
+}
+
+TEST_F(LifecycleStory, KeepsItsStateOverUnInit) {
   Advertise(kUuid, "data");
+  ReportStatus(2);
   Scan(kUuid, 1, false);
   Hear(Broadcast("a"));
   CheckState();
   radio_->SetAutomaticReports(false);  // A library that does not tell of the publisher's end.
   UnInit();
   Init(0);
-  Settle();
-  Take();
   ChangeDevices();
-  EXPECT_THAT(Take(kEvent), ElementsAre(RetryInfo(true, 0))) << "the state is no change";
+  Advertise(kUuid, "data");
   StopScan();
-  EXPECT_THAT(Take(), Contains("ble BleClientStopWatchBroadcast()"));
   GetCache();
   Hear(Broadcast("b"));
-  EXPECT_THAT(Take(kEvent), ElementsAre(AllOf(HasSubstr("\"a\""), HasSubstr("\"b\""))));
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "tests/support/module_test.h"
 
+#include <cstdlib>
+#include <fstream>
 #include <regex>
+#include <sstream>
 
 #include <plenar_base/time_source.h>
 
@@ -13,6 +16,16 @@ extern "C" [[gnu::weak]] void __lsan_enable();
 namespace qvs_test {
 
 using base::variant::Variant;
+
+namespace {
+
+constexpr std::pair<std::uint64_t, const char*> kMethodNames[] = {
+    {0x12771AB0, "Init"},           {0x06D66975, "UnInit"},
+    {0x237FDF45, "CheckBleState"},  {0x1AF60F51, "StartWatchBroadcast"},
+    {0x36449713, "StartBroadcast"}, {0x11D34E04, "GetBleScanCache"},
+};
+
+}  // namespace
 
 std::shared_ptr<Variant> Args(std::initializer_list<Arg> arguments) {
   auto made = std::make_shared<Variant>();
@@ -107,9 +120,17 @@ void ModuleTest::DestroyService(quorvel_service::IService* service) {
 }
 
 void ModuleTest::Start() {
+  recorder_.is_on = false;
   LoadModule();
   service_ = CreateService();
-  Take();
+  recorder_.is_on = true;
+}
+
+void ModuleTest::Restart() {
+  recorder_.is_on = false;
+  UnloadModule();
+  SetUp();
+  recorder_.is_on = true;
 }
 
 void ModuleTest::ReleaseBleApi() {
@@ -123,7 +144,29 @@ void ModuleTest::RunFor(std::uint64_t milliseconds) {
   time_->RunFor(*looper_, milliseconds);
 }
 
+void ModuleTest::CompareStory(unsigned kinds) {
+  const auto& test = *testing::UnitTest::GetInstance()->current_test_info();
+  const auto file =
+      std::string(QVS_TEST_STORIES "/") + test.test_suite_name() + '.' + test.name() + ".txt";
+  // The folder of the library differs from build to build.
+  static const std::regex paths(R"((full path: ).*(\\plenar_ble_api\.dll, dir:).*(\\))");
+  static const std::regex line_ends("\n *");
+  std::string story;
+  for (const auto& line : Take(kinds)) {
+    const auto text = std::regex_replace(line, paths, "$1*$2*$3");
+    story +=
+        (text.starts_with("> ") ? "" : "    ") + std::regex_replace(text, line_ends, " ") + '\n';
+  }
+  if (std::getenv("QVS_WRITE_STORIES") != nullptr) std::ofstream(file) << story;
+  std::ostringstream expected;
+  expected << std::ifstream(file).rdbuf();
+  EXPECT_EQ(story, expected.str()) << file;
+}
+
 int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments) {
+  for (const auto& [known, name] : kMethodNames) {
+    if (known == id) Note(name);
+  }
   std::shared_ptr<base::future::VariantFuture> future;
   {
     const AllocationsMayFail tested(true);

@@ -30,6 +30,7 @@ std::string EventText(std::uint64_t id, const base::variant::Variant& payload) {
 }  // namespace
 
 void Recorder::Add(Kind kind, std::string text) {
+  if (!is_on) return;
   std::lock_guard lock(mutex_);
   entries_.emplace_back(kind, std::move(text));
 }

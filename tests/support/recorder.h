@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -24,6 +25,7 @@ enum Kind : unsigned {
   kWindows = 16,     ///< "win CreateWindowExA(...)": a Windows call; handles read "*".
   kLibraryLog = 32,  ///< As `kLog`, with the origin's tag in front.
   kPlace = 64,       ///< "at file.cpp:12": where the log line that follows comes from.
+  kNote = 128,       ///< "> Init": what the test does.
   kUsual = kResult | kEvent | kLog | kBle,
 };
 
@@ -32,6 +34,9 @@ enum Kind : unsigned {
 class Recorder {
  public:
   void Add(Kind kind, std::string text);
+
+  /// While false, nothing is recorded.
+  std::atomic<bool> is_on = true;
 
   /// The lines of these kinds; all lines are forgotten.
   Lines Take(unsigned kinds = kUsual);

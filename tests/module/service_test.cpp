@@ -1,0 +1,146 @@
+// The module's two functions, the table of methods and the set of listeners.
+#include <limits>
+
+#include <plenar_base/thread_local.h>
+
+#include "tests/support/module_test.h"
+
+namespace qvs_test {
+namespace {
+
+using base::variant::Variant;
+
+using ModuleStory = StoryTest<ModuleTest>;
+using ServiceStory = StoryTest<ServiceTest>;
+
+TEST_F(ModuleStory, CreatesServicesOfOneName) {
+  for (const char* name :
+       {"", "service.windows_ble.windows_ble ", "Service.windows_ble.windows_ble",
+        "service.windows_ble.windows_bl", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(create_(name), nullptr);
+  }
+  destroy_(nullptr);
+  Note("create");
+  service_ = CreateService();
+  Note("destroy");
+  DestroyService(service_);
+}
+
+TEST_F(ModuleTest, LeavesNothingBehind) {
+  for (const int adapter : {0, 6, 0}) {
+    SetAdapter(adapter);
+    service_ = CreateService();
+    EXPECT_EQ(Take(kPlace).at(0), "at windows_ble_service_impl.cpp:11");
+    Init(3);
+    EXPECT_EQ(CheckState(), adapter == 0 ? 0 : 1);
+    EXPECT_THAT(Take(), Contains(HasSubstr("from: 1, to: 0")).Times(adapter == 0))
+        << "nothing is known of the round before";
+    Scan(kUuid, 2, true);
+    StopScan();
+    UnloadModule();
+    EXPECT_FALSE(SharedLibrary::IsLoaded(kModule));
+    EXPECT_EQ(UntilTick(), 0u);
+    EXPECT_EQ(base::threading::ThreadLocal::GetValue("base.log.stream"), nullptr);
+    EXPECT_FALSE(pc_.HasWindowClass("PlenarBLEStateClass"));
+    // The BLE API library, which others keep loaded, has nobody to call any more.
+    radio_->ReportLog("radio.cpp", 1, "Beam", 3, "nobody listens");
+    ReportStatus(4);
+    EXPECT_THAT(Take(kLog | kLibraryLog), Not(Contains(HasSubstr("nobody listens"))));
+    LoadModule();
+  }
+}
+
+TEST_F(ServiceStory, DecodesWhatTheHostGives) {
+  for (const auto& arguments : {
+           std::shared_ptr<Variant>(),
+           std::make_shared<Variant>(5),
+           Args({{"start", 2}, {"uuid", 5}, {"scan_mode", true}, {"broadcast_cb_interval", "7"}}),
+           Args({{"start", "true"}, {"uuid", "u"}, {"scan_mode", -1}, {"custom_data", "data"}}),
+           Args({{"scan_mode", 1LL << 40},
+                 {"continue_callback_enable", true},
+                 {"broadcast_cb_interval", std::numeric_limits<std::uint64_t>::max()}}),
+           Args({{"retry_time", -(1LL << 40)}, {"need_check_discoverable", true}}),
+       }) {
+    for (const auto id : {method::kStartWatchBroadcast, method::kStartBroadcast, method::kInit}) {
+      Call(id, arguments);
+    }
+  }
+}
+
+TEST_F(ServiceStory, RefusesEveryOtherMethod) {
+  for (const std::uint64_t id : {std::uint64_t{0}, method::kUnInit + (std::uint64_t{1} << 32),
+                                 std::numeric_limits<std::uint64_t>::max()}) {
+    const auto future = service_->Call(id, nullptr);
+    EXPECT_EQ(future->GetState(), base::future::FutureState::kValueSet);
+    EXPECT_EQ(future->Value()->GetType(), Variant::Type::kEmpty);
+  }
+  kinds_ |= kPlace;
+}
+
+TEST_F(ServiceStory, PassesTheLibrarysLogLinesOn) {
+  radio_->ReportLog("radio.cpp", 42, "Beam", 4, "text from the library");
+  kinds_ = kLibraryLog | kPlace;
+}
+
+TEST_F(ServiceStory, CountsWhatTheLibraryThrowsAsARefusal) {
+  for (const char* function :
+       {"BleCheckState", "BleServerAddManufacturerData", "BleServerStopBroadcast",
+        "BleClientSetScanMode", "BleUnInit", "BleClientSetReceivedBroadcastCB"}) {
+    radio_->ThrowFrom(function, 1);
+  }
+  CheckState();
+  Advertise(kUuid, "");
+  StopAdvertising();
+  Scan(kUuid, 0, false);
+  UnInit();
+  Init(0);
+}
+
+/// A service with three listeners, which stand in memory in the order of their names.
+class ListenersStory : public ServiceStory {
+ protected:
+  void SetUp() override {
+    ServiceStory::SetUp();
+    service_->RemoveListener(&listener_);
+    for (const int i : {2, 0, 1, 0}) service_->AddListener(&listeners_[i]);
+    service_->AddListener(nullptr);
+    service_->RemoveListener(nullptr);
+    kinds_ = kEvent | kNote;
+  }
+
+  RecordingListener listeners_[3] = {RecordingListener(recorder_, "a"),
+                                     RecordingListener(recorder_, "b"),
+                                     RecordingListener(recorder_, "c")};
+};
+
+TEST_F(ListenersStory, AreToldInTheOrderOfTheirAddresses) {
+  ReportStatus(4);
+  EXPECT_EQ(listeners_[0].last_payload, listeners_[2].last_payload);
+  service_->RemoveListener(&listeners_[0]);
+  ReportStatus(4);
+}
+
+TEST_F(ListenersStory, MayBeAddedAndRemovedInsideAnEvent) {
+  listeners_[1].on_event = [this](auto) {
+    service_->RemoveListener(&listeners_[2]);
+    service_->AddListener(&listener_);
+    service_->RemoveListener(&listeners_[1]);
+    service_->RemoveListener(&listeners_[0]);
+    throw std::bad_alloc();
+  };
+  ReportStatus(4);
+  ReportStatus(4);
+}
+
+TEST_F(ListenersStory, MayDestroyTheService) {
+  listeners_[0].on_event = [this](auto) { DestroyService(service_); };
+  ReportStatus(4);
+  EXPECT_FALSE(radio_->IsInitialised());
+  service_ = CreateService();
+  listener_.on_event = [this](auto) { DestroyService(service_); };
+  EXPECT_EQ(CheckState(), 0) << "reports inside the call";
+  EXPECT_EQ(service_, nullptr);
+}
+
+}  // namespace
+}  // namespace qvs_test
