@@ -38,7 +38,8 @@ constexpr std::size_t kTasks = 100'000;
 
 class OurQueue {
  public:
-  static void Post(AnyTask task) {
+  template <class Task>
+  static void Post(Task task) {
     LooperThread::MainLooper()->PostTask(std::move(task), 0, kHere);
   }
   void Run() { looper_.Run(); }

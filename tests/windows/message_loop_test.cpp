@@ -1,8 +1,9 @@
 #include <windows.h>
 
-#include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -79,6 +80,33 @@ TEST_F(MessageLoop, AnyLoopOfTheThreadBringsTasksAndTicks) {
   ExpectWorkIn([] { EXPECT_EQ(RunHostLoop(), 5); }, [] { PostQuitMessage(5); });
   ExpectWorkIn([] { ShowDialog(); }, [] { PostMessageW(OpenDialog(), WM_CLOSE, 0, 0); });
   ExpectWorkIn([this] { looper_->Run(); }, [this] { looper_->Quit(); });
+  ExpectWorkIn(
+      [this] {  // a dialog that a message opens while `Run` runs
+        SetTimer(nullptr, 0, 1, [](HWND, UINT, UINT_PTR id, DWORD) {
+          KillTimer(nullptr, id);
+          ShowDialog();
+          PostQuitMessage(0);
+        });
+        looper_->Run();
+        RunHostLoop();
+      },
+      [] { PostMessageW(OpenDialog(), WM_CLOSE, 0, 0); });
+}
+
+TEST_F(MessageLoop, RunBringsCharactersOfAnyScriptAndOfKeys) {
+  static std::wstring typed;
+  const HWND window =
+      CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+  const WNDPROC procedure = [](HWND, UINT message, WPARAM wparam, LPARAM) -> LRESULT {
+    if (message == WM_CHAR) typed += static_cast<wchar_t>(wparam);
+    return 0;
+  };
+  SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+  PostMessageW(window, WM_CHAR, L'\x4E2D', 0);
+  PostMessageW(window, WM_KEYDOWN, VK_RETURN, 1);
+  PostQuitMessage(0);
+  looper_->Run();
+  EXPECT_EQ(typed, L"\x4E2D\r");
 }
 
 TEST_F(MessageLoop, WorkThatWasLeftWhenRunEndedReachesTheNextLoop) {

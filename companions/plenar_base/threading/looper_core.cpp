@@ -93,6 +93,7 @@ void LooperCore::Close() {
   // What the tasks hold may post, which does nothing now, or stop a timer.
   batch_.clear();
   next_ = 0;
+  started_count_ = posted_count_;
   posted_.clear();
   posted_delayed_.clear();
   while (Scheduled* const first = schedule_.First()) {
@@ -101,32 +102,25 @@ void LooperCore::Close() {
   }
 }
 
-bool LooperCore::IsOpen() const noexcept {
-  return thread_.load() != std::thread::id();
-}
-
 bool LooperCore::IsCurrentThread() const noexcept {
   return thread_.load() == std::this_thread::get_id();
 }
 
 void LooperCore::PostTask(std::function<void()> task, std::uint64_t delay_ms, Location location) {
   if (!task) return;
-  std::unique_ptr<DelayedTask> delayed;
-  if (delay_ms > 0) delayed = std::make_unique<DelayedTask>(std::move(task), location);
-  bool wake = false;
-  {
-    std::lock_guard lock(mutex_);
-    if (!IsOpen()) return;
-    const std::uint64_t number = ++last_number_;
-    if (delayed) {
-      delayed->place = {NowPlus(delay_ms), number};
+  if (delay_ms == 0) {
+    Post([&] {
+      posted_.emplace_back(std::move(task), location);
+      posted_count_.store(posted_count_.load(std::memory_order_relaxed) + 1,
+                          std::memory_order_relaxed);
+    });
+  } else {
+    auto delayed = std::make_unique<DelayedTask>(std::move(task), location);
+    Post([&] {
+      SetPlace(*delayed, NowPlus(delay_ms));
       posted_delayed_.push_back(std::move(delayed));
-    } else {
-      posted_.push_back({std::move(task), location, number});
-    }
-    wake = ClaimWake();
+    });
   }
-  if (wake) Wake();
 }
 
 void LooperCore::Run() {
@@ -147,12 +141,7 @@ void LooperCore::Run() {
 
 void LooperCore::Quit() {
   quit_ = true;
-  bool wake = false;
-  {
-    std::lock_guard lock(mutex_);
-    wake = IsOpen() && ClaimWake();
-  }
-  if (wake) Wake();
+  Post([] {});
 }
 
 std::size_t LooperCore::RunUntilIdle() {
@@ -176,13 +165,13 @@ void LooperCore::RunFromMessage() {
 
 std::optional<std::uint64_t> LooperCore::NextDeadline() {
   TakeOver();
-  if (next_ < batch_.size()) return now_ms_;
+  if (!idle_) return now_ms_;
   const Scheduled* const first = schedule_.First();
   return first != nullptr ? std::optional(first->place.due_ms) : std::nullopt;
 }
 
 void LooperCore::Start(Scheduled& timer, std::uint64_t due_ms) noexcept {
-  timer.place = {due_ms, ++last_number_};
+  SetPlace(timer, due_ms);
   schedule_.Add(timer);
   // Outside of a task the thread may be about to wait for what was first until now.
   if (schedule_.First() == &timer && !in_task_ && ClaimWake()) Wake();
@@ -194,8 +183,13 @@ std::uint64_t LooperCore::NowPlus(std::uint64_t delay_ms) const noexcept {
   return delay_ms < kEnd - now ? now + delay_ms : kEnd;
 }
 
+void LooperCore::SetPlace(Scheduled& scheduled, std::uint64_t due_ms) noexcept {
+  scheduled.place = {due_ms, last_number_.fetch_add(1, std::memory_order_relaxed)};
+  scheduled.tasks_before = posted_count_.load(std::memory_order_relaxed);
+}
+
 void LooperCore::TakeOver() {
-  const bool all_ran = next_ == batch_.size();
+  const bool all_ran = next_ == batch_.size() && !in_task_;
   if (all_ran) {
     batch_.clear();
     next_ = 0;
@@ -205,7 +199,7 @@ void LooperCore::TakeOver() {
     if (all_ran) batch_.swap(posted_);
     for (auto& delayed : posted_delayed_) schedule_.Add(*delayed.release());
     posted_delayed_.clear();
-    idle_ = batch_.empty();
+    idle_ = next_ == batch_.size() && posted_.empty();
   }
   // After the batch, so that nothing in it was posted later than this.
   if (schedule_.First() != nullptr) now_ms_ = Now();
@@ -222,8 +216,10 @@ std::size_t LooperCore::RunBatch() {
       schedule_.Remove(*due);
       due->Run(now_ms_);
     } else if (next_ < batch_.size()) {
-      const Task task = std::move(batch_[next_++]);
-      RunGuarded(task.run, task.location);
+      auto& [task, location] = batch_[next_++];
+      ++started_count_;
+      RunGuarded(task, location);
+      task = nullptr;
     } else {
       break;
     }
@@ -234,8 +230,19 @@ std::size_t LooperCore::RunBatch() {
 Scheduled* LooperCore::FirstDue() const noexcept {
   Scheduled* const first = schedule_.First();
   if (first == nullptr || first->place.due_ms > now_ms_) return nullptr;
-  const bool comes_after = next_ < batch_.size() && batch_[next_].number < first->place.number;
-  return comes_after ? nullptr : first;
+  return started_count_ < first->tasks_before ? nullptr : first;
+}
+
+template <class Push>
+void LooperCore::Post(const Push& push) {
+  bool wake = false;
+  {
+    std::lock_guard lock(mutex_);
+    if (!IsOpen()) return;
+    push();
+    wake = ClaimWake();
+  }
+  if (wake) Wake();
 }
 
 bool LooperCore::ClaimWake() noexcept {

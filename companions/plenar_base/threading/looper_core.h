@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <plenar_base/location.h>
@@ -20,8 +21,8 @@
 namespace base::threading {
 
 /// The main looper. Tasks without a delay are taken over from the posting threads all at once and
-/// run as one batch; what has a due time waits in a schedule of the looper's thread. Every task
-/// and every start of a timer has a number, which keeps their order.
+/// run as one batch; what has a due time waits in a schedule of the looper's thread, and knows how
+/// many tasks are to run before it.
 ///
 /// There is one for the life of the process, open while a `MainLooperScope` exists. While it is
 /// closed it drops what is posted. So it can be used without owning it.
@@ -34,7 +35,7 @@ class LooperCore final : public Looper {
   /// Ends posting, waits until nobody is in the wake function, and releases what has not run.
   /// [looper thread]
   void Close();
-  [[nodiscard]] bool IsOpen() const noexcept;
+  [[nodiscard]] bool IsOpen() const noexcept { return thread_.load() != std::thread::id(); }
 
   [[nodiscard]] bool IsCurrentThread() const noexcept override;
   void PostTask(std::function<void()> task, std::uint64_t delay_ms, Location location) override;
@@ -59,41 +60,45 @@ class LooperCore final : public Looper {
   void RunFromMessage();
 
  private:
-  struct Task {
-    std::function<void()> run;
-    Location location;
-    std::uint64_t number;
-  };
+  using Task = std::pair<std::function<void()>, Location>;
   class DelayedTask;
 
+  template <class Push>
+  void Post(const Push& push);
+  void SetPlace(Scheduled& scheduled, std::uint64_t due_ms) noexcept;
   void TakeOver();
   std::size_t RunBatch();
   [[nodiscard]] Scheduled* FirstDue() const noexcept;
   bool ClaimWake() noexcept;
   void Wake() noexcept;
 
+  // Three parts that threads write at different times: none is to slow another's readers.
+  static constexpr std::size_t kCacheLine = 64;
+
   // Of the looper's thread.
   Schedule schedule_;
   std::vector<Task> batch_;
-  std::size_t next_ = 0;      ///< Of the batch, what runs next.
-  std::uint64_t now_ms_ = 0;  ///< When the clock was last looked at.
+  std::size_t next_ = 0;             ///< Of the batch, what runs next.
+  std::uint64_t started_count_ = 0;  ///< Of the tasks without a delay, how many have started.
+  std::uint64_t now_ms_ = 0;         ///< When the clock was last looked at.
   bool in_task_ = false;
   bool in_run_ = false;
 
   // Set by the looper's thread while nobody can post or wakes.
-  std::shared_ptr<const time::TimeSource> time_;
+  alignas(kCacheLine) std::shared_ptr<const time::TimeSource> time_;
   std::unique_ptr<LoopWaiter> waiter_;
   std::function<void()> wake_;
-
+  // Rarely changed.
   std::atomic<std::thread::id> thread_;  ///< None while closed.
-  std::atomic<std::uint64_t> last_number_ = 0;
   std::atomic<bool> quit_ = false;
   std::atomic<bool> idle_ = false;  ///< Nobody looks for work before being woken.
   std::atomic<int> waking_ = 0;     ///< How many threads are about to wake, or do so.
 
-  std::mutex mutex_;
+  alignas(kCacheLine) std::mutex mutex_;
   std::vector<Task> posted_;
   std::vector<std::unique_ptr<DelayedTask>> posted_delayed_;
+  std::atomic<std::uint64_t> posted_count_ = 0;  ///< Of tasks without a delay.
+  std::atomic<std::uint64_t> last_number_ = 0;   ///< In the schedule.
 };
 
 /// Runs a task. What it throws ends here, with a line in the log.

@@ -27,7 +27,9 @@ class Scheduled {
 
   [[nodiscard]] bool IsScheduled() const noexcept { return link_ != nullptr; }
 
-  Place place;  ///< Set before it is scheduled, and kept while it is.
+  // Set before it is scheduled, and kept while it is.
+  Place place;
+  std::uint64_t tasks_before = 0;  ///< How many had been posted by then.
 
  private:
   friend class Schedule;

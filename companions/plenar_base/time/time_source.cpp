@@ -32,7 +32,7 @@ class MachineTime final : public TimeSource {
 };
 
 struct Current {
-  const MachineTime machine;
+  const MachineTime machine{};
   std::atomic<bool> is_replaced = false;  ///< Otherwise nobody needs the lock.
   std::mutex mutex;
   std::shared_ptr<const TimeSource> replacement;
