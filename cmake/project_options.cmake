@@ -45,8 +45,6 @@ else()
   target_compile_options(qvs_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
     -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
-  # A symbol that is unique in the process would keep its library loaded for ever.
-  target_compile_options(qvs_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 endif()
 if(QVS_SANITIZE)
   add_compile_options(-fsanitize=${QVS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

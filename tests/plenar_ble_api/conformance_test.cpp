@@ -1,6 +1,7 @@
 // What the module may expect of a good BLE API library, whatever radio is behind its functions.
 
 #include <memory>
+#include <ostream>
 #include <stdexcept>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct RadioUnderTest {
   const char* name;
   RadioKind kind;
   void (*surround)(const BleApi& api);
+
+  friend void PrintTo(const RadioUnderTest& radio, std::ostream* out) { *out << radio.name; }
 };
 
 class Conformance : public testing::TestWithParam<RadioUnderTest> {
