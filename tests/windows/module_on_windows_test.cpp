@@ -8,6 +8,8 @@
 #include <memory>
 #include <utility>
 
+#include <gmock/gmock.h>
+
 #include "tests/windows/windows_host_test.h"
 
 namespace qvs_test {
@@ -16,6 +18,8 @@ namespace {
 namespace method = quorvel_service::windows_ble::method;
 namespace event = quorvel_service::windows_ble::event;
 using base::variant::Variant;
+using testing::Contains;
+using testing::ElementsAre;
 
 using ModuleOnWindows = WindowsHostTest;
 
@@ -38,14 +42,14 @@ TEST_F(ModuleOnWindows, TellsOfAChangeOnTheLooperThreadHoweverItsMessageComes) {
   const DWORD looper_thread = GetCurrentThreadId();
   listener_.on_event = [&](std::uint64_t) { EXPECT_EQ(GetCurrentThreadId(), looper_thread); };
   SendDeviceChange(HiddenWindow());
-  EXPECT_THAT(Take(kEvent | kLog), Reads({"6 MessageWndProc: system ble setting changed",
-                                          "6 CheckBleState: ble state change from: 1, to: 0",
-                                          "state 0", "6 ReportRetryInfo: report success",
-                                          R"(retry_info {"is_success":true,"retry_time":0})"}));
+  EXPECT_THAT(Take(kEvent | kLog), ElementsAre("6 MessageWndProc: system ble setting changed",
+                                               "6 CheckBleState: ble state change from: 1, to: 0",
+                                               "state 0", "6 ReportRetryInfo: report success",
+                                               R"(retry_info {"is_success":true,"retry_time":0})"));
   SetRadioOn(false);
   ASSERT_TRUE(PostMessageA(HiddenWindow(), WM_DEVICECHANGE, DBT_DEVNODES_CHANGED, 0));
   RunUntilEvent(event::kState);
-  EXPECT_THAT(Take(kEvent), Reads({"state 5"}));
+  EXPECT_THAT(Take(kEvent), ElementsAre("state 5"));
 }
 
 TEST_F(ModuleOnWindows, HasItsWindowWhileItIsUpAndItsClassWhileItIsLoaded) {
@@ -128,7 +132,7 @@ class Reload : public WindowsHostTest {
     EXPECT_EQ(Call(method::kStartBroadcast, arguments), 0);
     RunUntilEvent(event::kStatusInfo);
     SendDeviceChange(HiddenWindow());
-    EXPECT_THAT(Take(kEvent), Holds({"status_info *", "state 0"}));
+    EXPECT_THAT(Take(kEvent), Contains("state 0"));
     UnloadModule();
     for (const char* const file : {"qvs_windows_ble.dll", "plenar_ble_api.dll"}) {
       EXPECT_EQ(GetModuleHandleA(file), nullptr) << file;
