@@ -14,25 +14,12 @@
 namespace base::threading {
 namespace {
 
-/// Sets a flag while it exists, and puts back what it was.
-class ScopedMark {
- public:
-  explicit ScopedMark(bool& flag) : flag_(flag), before_(std::exchange(flag, true)) {}
-  ~ScopedMark() { flag_ = before_; }
-  ScopedMark(const ScopedMark&) = delete;
-  ScopedMark& operator=(const ScopedMark&) = delete;
-
- private:
-  bool& flag_;
-  const bool before_;
-};
-
-void LogThrown(const Location& location) {
+void LogThrown(const Location& location) noexcept try {
   constexpr int kError = 3;
-  if (log::GetLogLevel() < kError) return;
   const std::string_view path = location.File();
   log::PrintLog({}, std::string(path.substr(path.find_last_of("/\\") + 1)), location.Line(),
                 "Looper", kError, "a task ended with an exception");
+} catch (...) {  // no memory for the line
 }
 
 }  // namespace
@@ -41,10 +28,7 @@ void RunGuarded(const std::function<void()>& task, const Location& location) noe
   try {
     task();
   } catch (...) {
-    try {
-      LogThrown(location);
-    } catch (...) {  // no memory for the line
-    }
+    LogThrown(location);
   }
 }
 
@@ -126,7 +110,7 @@ void LooperCore::PostTask(std::function<void()> task, std::uint64_t delay_ms, Lo
 void LooperCore::Run() {
   assert(IsCurrentThread());
   if (in_run_ || in_task_) throw std::logic_error("the main looper is running already");
-  const ScopedMark mark(in_run_);
+  in_run_ = true;
   while (!quit_) {
     const std::size_t ran = RunBatch();
     const LoopWaiter::Message message = waiter_->DispatchOne();
@@ -136,6 +120,7 @@ void LooperCore::Run() {
     waiter_->Wait(first != nullptr ? first->place.due_ms - now_ms_ : LoopWaiter::kLongestWait);
   }
   quit_ = false;
+  in_run_ = false;
   waiter_->HandOver();
 }
 
@@ -207,7 +192,7 @@ void LooperCore::TakeOver() {
 
 std::size_t LooperCore::RunBatch() {
   TakeOver();
-  const ScopedMark mark(in_task_);
+  in_task_ = true;
   if (FirstDue() != nullptr) idle_ = false;
   std::size_t ran = 0;
   for (; !(in_run_ && quit_); ++ran) {
@@ -224,6 +209,7 @@ std::size_t LooperCore::RunBatch() {
       break;
     }
   }
+  in_task_ = false;
   return ran;
 }
 

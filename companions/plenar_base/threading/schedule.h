@@ -23,7 +23,7 @@ class Scheduled {
   /// Called when it is due; it has left the schedule. May destroy the object.
   virtual void Run(std::uint64_t now_ms) = 0;
   /// Called instead when the looper closes. May destroy the object.
-  virtual void Drop() = 0;
+  virtual void Drop() {}
 
   [[nodiscard]] bool IsScheduled() const noexcept { return link_ != nullptr; }
 

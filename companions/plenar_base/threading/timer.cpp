@@ -58,7 +58,6 @@ class LooperTimer final : public Timer, private Scheduled {
     destroyed_ = nullptr;
     task_ = std::move(task);
   }
-  void Drop() override {}
 
   LooperCore& looper_ = LooperCore::Get();
   std::function<void()> task_;

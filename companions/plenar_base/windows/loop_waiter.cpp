@@ -13,7 +13,6 @@
 namespace base::threading {
 namespace {
 
-constexpr wchar_t kClass[] = L"PlenarBaseMainLooper";
 constexpr UINT kWorkMessage = WM_APP;
 constexpr UINT_PTR kTimer = 1;
 constexpr DWORD kHighResolution = 2;  // CREATE_WAITABLE_TIMER_HIGH_RESOLUTION, not in every SDK
@@ -32,35 +31,13 @@ Result Checked(Result result) {
   throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "main looper");
 }
 
-HINSTANCE ThisLibrary() {
-  HMODULE library = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, kClass,
-      &library);
-  return library;
-}
-
-class WindowClass {
- public:
-  explicit WindowClass(WNDPROC procedure) {
-    WNDCLASSEXW description = {};
-    description.cbSize = sizeof(description);
-    description.lpfnWndProc = procedure;
-    description.hInstance = ThisLibrary();
-    description.lpszClassName = kClass;
-    Checked(RegisterClassExW(&description));
-  }
-  ~WindowClass() { UnregisterClassW(kClass, ThisLibrary()); }
-  WindowClass(const WindowClass&) = delete;
-  WindowClass& operator=(const WindowClass&) = delete;
-};
-
 /// Work and deadlines come as messages to a message-only window, so any message loop of the thread
-/// brings them.
+/// brings them. A window of the system's own class will do: nothing is to be registered.
 class WindowWaiter final : public LoopWaiter {
  public:
   explicit WindowWaiter(LooperCore& looper) : looper_(looper) {
     SetWindowLongPtrW(window_.get(), GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    SetWindowLongPtrW(window_.get(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure));
   }
 
   bool Wake() noexcept override { return PostMessageW(window_.get(), kWorkMessage, 0, 0) != FALSE; }
@@ -110,7 +87,6 @@ class WindowWaiter final : public LoopWaiter {
       return DefWindowProcW(window, message, wparam, lparam);
     }
     auto* const self = reinterpret_cast<WindowWaiter*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (self == nullptr) return 0;
     if (message == WM_TIMER) {  // it may come a little early: it is set anew for what is left
       KillTimer(window, kTimer);
       self->armed_.reset();
@@ -121,10 +97,9 @@ class WindowWaiter final : public LoopWaiter {
 
   LooperCore& looper_;
   std::optional<std::uint64_t> armed_;  ///< For when the window's timer is set.
-  const WindowClass class_{&Procedure};
   const std::unique_ptr<std::remove_pointer_t<HWND>, Releaser<&DestroyWindow>> window_{
-      Checked(CreateWindowExW(0, kClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, ThisLibrary(),
-                              nullptr))};
+      Checked(CreateWindowExW(0, L"STATIC", L"PlenarBaseMainLooper", 0, 0, 0, 0, 0, HWND_MESSAGE,
+                              nullptr, nullptr, nullptr))};
   /// Exact where the window's timer is not; for `Wait`.
   const std::unique_ptr<void, Releaser<&CloseHandle>> timer_{
       Checked(CreateWaitableTimerExW(nullptr, nullptr, kHighResolution, TIMER_ALL_ACCESS))};

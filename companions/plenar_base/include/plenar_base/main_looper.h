@@ -21,7 +21,7 @@ namespace base::threading {
 ///  - `Run`, in a program without a loop of its own.
 ///
 /// A dialog that is opened inside a task or a tick holds up all others until it is closed: tasks
-/// never overlap. Open dialogs from a window procedure, or from a task of the host's own loop.
+/// never overlap. A window procedure may open one.
 ///
 /// The destructor runs on the same thread, outside of tasks. It ends posting
 /// (`LooperThread::MainLooper` gives null), then releases the tasks that have not run. A host that
