@@ -128,9 +128,9 @@ class ShutDownStory : public StoryTest<ServiceTest> {
     ReleaseBleApi();
   }
   void ShutDown() {
-    EXPECT_TRUE(SharedLibrary::IsLoaded(kBleApi));
+    EXPECT_TRUE(IsLoaded(kBleApi));
     EXPECT_EQ(UnInit(), 0);
-    EXPECT_FALSE(SharedLibrary::IsLoaded(kBleApi));
+    EXPECT_FALSE(IsLoaded(kBleApi));
   }
 };
 

@@ -38,7 +38,7 @@ TEST_F(ModuleTest, LeavesNothingBehind) {
     Scan(kUuid, 2, true);
     StopScan();
     UnloadModule();
-    EXPECT_FALSE(SharedLibrary::IsLoaded(kModule));
+    EXPECT_FALSE(IsLoaded(kModule));
     EXPECT_EQ(UntilTick(), 0u);
     EXPECT_EQ(base::threading::ThreadLocal::GetValue("base.log.stream"), nullptr);
     EXPECT_FALSE(pc_.HasWindowClass("PlenarBLEStateClass"));
@@ -104,7 +104,6 @@ class ListenersStory : public ServiceStory {
     service_->RemoveListener(&listener_);
     for (const int i : {2, 0, 1, 0}) service_->AddListener(&listeners_[i]);
     service_->AddListener(nullptr);
-    service_->RemoveListener(nullptr);
     kinds_ = kEvent | kNote;
   }
 
@@ -117,6 +116,7 @@ TEST_F(ListenersStory, AreToldInTheOrderOfTheirAddresses) {
   ReportStatus(4);
   EXPECT_EQ(listeners_[0].last_payload, listeners_[2].last_payload);
   service_->RemoveListener(&listeners_[0]);
+  service_->RemoveListener(nullptr);
   ReportStatus(4);
 }
 

@@ -25,6 +25,11 @@ constexpr std::pair<std::uint64_t, const char*> kMethodNames[] = {
     {0x36449713, "StartBroadcast"}, {0x11D34E04, "GetBleScanCache"},
 };
 
+template <class Type>
+Type* Function(const SharedLibrary& library, const char* name) {
+  return reinterpret_cast<Type*>(dlsym(library.get(), name));
+}
+
 }  // namespace
 
 std::shared_ptr<Variant> Args(std::initializer_list<Arg> arguments) {
@@ -58,9 +63,9 @@ ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) 
                                 std::regex_replace(arguments, handle, "*") + ')');
   });
 
-  ble_api_.emplace(kBleApi);
+  ble_api_.reset(dlopen(kBleApi.c_str(), RTLD_NOW));
   using plenar_ble_control::kControlExport, plenar_ble_control::PlenarBleControlFunction;
-  radio_ = ble_api_->Get<PlenarBleControlFunction>(kControlExport)();
+  radio_ = Function<PlenarBleControlFunction>(ble_api_, kControlExport)();
   radio_->Reset();
   radio_->SetAir(plenar_ble_control::Air::kInProcess);
   radio_->UseManualTime(time_->SteadyMilliseconds());
@@ -87,10 +92,10 @@ void ModuleTest::LoadModule() {
   // The service factory is never destroyed, and nothing refers to it after the module was unloaded.
   if (__lsan_disable != nullptr) __lsan_disable();
   const AllocationsMayFail tested(true);
-  module_.emplace(kModule);
+  module_.reset(dlopen(kModule.c_str(), RTLD_NOW));
   if (__lsan_enable != nullptr) __lsan_enable();
-  create_ = module_->Get<quorvel_service::QVCreateServiceFunction>("QVCreateService");
-  destroy_ = module_->Get<quorvel_service::QVDestroyServiceFunction>("QVDestroyService");
+  create_ = Function<quorvel_service::QVCreateServiceFunction>(module_, "QVCreateService");
+  destroy_ = Function<quorvel_service::QVDestroyServiceFunction>(module_, "QVDestroyService");
 }
 
 void ModuleTest::UnloadModule() {

@@ -46,33 +46,11 @@ struct Arg {
 };
 std::shared_ptr<base::variant::Variant> Args(std::initializer_list<Arg> arguments);
 
-/// A library loaded at run time, as its users load it.
-class SharedLibrary {
- public:
-  explicit SharedLibrary(const std::string& path) : handle_(dlopen(path.c_str(), RTLD_NOW)) {
-    EXPECT_NE(handle_, nullptr) << dlerror();
-  }
-  SharedLibrary(const SharedLibrary&) = delete;
-  SharedLibrary& operator=(const SharedLibrary&) = delete;
-  ~SharedLibrary() { dlclose(handle_); }
-
-  template <class Function>
-  [[nodiscard]] Function* Get(const char* name) const {
-    void* const function = dlsym(handle_, name);
-    EXPECT_NE(function, nullptr) << name;
-    return reinterpret_cast<Function*>(function);
-  }
-
-  /// Whether anybody in the process has this file loaded.
-  [[nodiscard]] static bool IsLoaded(const std::string& path) {
-    void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr) dlclose(handle);
-    return handle != nullptr;
-  }
-
- private:
-  void* handle_;
+/// A library loaded at run time, as its users load it; unloaded with this.
+struct Unload {
+  void operator()(void* library) const { dlclose(library); }
 };
+using SharedLibrary = std::unique_ptr<void, Unload>;
 
 /// A host's process around the built module: simulated time, main looper, simulated PC and virtual
 /// radio (in-process air, manual time), all of them recorded, with the module loaded and no service
@@ -99,6 +77,11 @@ class ModuleTest : public testing::Test {
   void Start();
   /// Begins again with the module loaded anew, unrecorded.
   void Restart();
+
+  /// Whether anybody in the process has this file loaded.
+  [[nodiscard]] static bool IsLoaded(const std::string& path) {
+    return SharedLibrary(dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD)) != nullptr;
+  }
 
   /// Leaves the BLE API library to the module, which then unloads it when it lets go of it.
   /// `radio_` stays usable until then, its reports being made by `Report`, not by time.
@@ -129,11 +112,10 @@ class ModuleTest : public testing::Test {
   int StopAdvertising() { return Call(method::kStartBroadcast, Args({{"start", false}})); }
   int Scan(const std::string& uuid, unsigned scan_mode, bool continuous,
            std::uint64_t interval_ms = 500) {
-    return Call(method::kStartWatchBroadcast, Args({{"start", true},
-                                                    {"uuid", uuid},
-                                                    {"scan_mode", scan_mode},
-                                                    {"continue_callback_enable", continuous},
-                                                    {"broadcast_cb_interval", interval_ms}}));
+    const auto arguments = Args({{"start", true}, {"uuid", uuid}, {"scan_mode", scan_mode}});
+    arguments->Set("continue_callback_enable", base::variant::Variant(continuous));
+    arguments->Set("broadcast_cb_interval", base::variant::Variant(interval_ms));
+    return Call(method::kStartWatchBroadcast, arguments);
   }
   int StopScan(const std::string& uuid = kUuid) {
     return Call(method::kStartWatchBroadcast, Args({{"start", false}, {"uuid", uuid}}));
@@ -202,8 +184,8 @@ class ModuleTest : public testing::Test {
  private:
   class RadioInTime;
 
-  std::optional<SharedLibrary> ble_api_;
-  std::optional<SharedLibrary> module_;
+  SharedLibrary ble_api_;
+  SharedLibrary module_;
   std::unique_ptr<RadioInTime> radio_in_time_;
   std::vector<quorvel_service::IService*> services_;
 };
