@@ -16,10 +16,11 @@ void Advertise(const Options& options) {
 
   const auto start = [&] { return session.Client().StartBroadcast(options.uuid, options.data); };
   if (!session.Start(start)) return;
-  session.Tell(
-      {{"event", "advertise"}, {"uuid", options.uuid}, {"data_hex", BytesToHex(options.data)}},
-      "sending " + options.uuid + ", " + std::to_string(options.data.size()) +
-          " of 12 bytes: " + BytesOrText(options.data) + "; Ctrl-C ends");
+  nlohmann::ordered_json fields = {{"event", "advertise"}, {"uuid", options.uuid}};
+  fields.update(DataFields(options.data));
+  session.Tell(std::move(fields),
+               "sending " + options.uuid + ",\n" + std::to_string(options.data.size()) +
+                   " of 12 bytes: " + BytesOrText(options.data) + "; Ctrl-C ends");
   session.Run([&] { return ended; });
   if (ended) throw HostError("the radio has " + Describe(now));
 

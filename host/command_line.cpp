@@ -34,11 +34,17 @@ std::string CheckUuid(const std::string& text) {
                                   : std::string(is_uuid ? "write " : "not a UUID like ") + right;
 }
 
+std::string CheckLength(const std::string& data) {
+  constexpr std::size_t kMostBytes = 12;
+  if (data.size() <= kMostBytes) return "";
+  return "at most 12 bytes, not " + std::to_string(data.size());
+}
+
 /// Turns the digits into what they stand for.
 std::string TakeHex(std::string& text) {
   if (auto bytes = HexToBytes(text)) {
     text = *std::move(bytes);
-    return "";
+    return CheckLength(text);
   }
   const std::string right = DigitsOf(text);
   return HexToBytes(right) ? "write " + right : "not an even number of hexadecimal digits";
@@ -63,6 +69,7 @@ class Parser {
     AddAdvertise();
     AddScan();
     AddState();
+    AddCommand("doctor", "Look at all that Bluetooth LE needs, and say what to do", Diagnose);
   }
 
   std::variant<CommandLine, Notice> Parse(std::vector<std::string> arguments) {
@@ -103,6 +110,7 @@ class Parser {
     AddCommand("play", "Play a scenario, a text of what happens at which time", PlayFile)
         .add_option("scenario", options_.file, "What to play; 'demo --record' writes an example")
         ->type_name("FILE")
+        ->check(CLI::Validator(CLI::ExistingFile).description(""))
         ->required();
   }
 
@@ -110,7 +118,8 @@ class Parser {
     CLI::App& app = AddCommand("advertise", "Advertise a service UUID", Advertise);
     AddUuid(app, "The UUID to advertise");
     auto* const text =
-        app.add_option("--data", options_.data, "Up to 12 bytes of your own, as text");
+        app.add_option("--data", options_.data, "Up to 12 bytes of your own, as text")
+            ->check(CLI::Validator(CheckLength, ""));
     app.add_option("--data-hex", options_.data, "The same as hexadecimal digits: 4100ff")
         ->type_name("HEX")
         ->transform(CLI::Validator(TakeHex, ""))

@@ -24,6 +24,6 @@ struct Options {
 
 /// Each throws an exception that says in words what went wrong.
 using Command = void(const Options& options);
-Command Advertise, Scan, ShowState, PlayDemo, PlayFile;
+Command Advertise, Scan, ShowState, Diagnose, PlayDemo, PlayFile;
 
 }  // namespace qvs_host

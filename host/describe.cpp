@@ -94,10 +94,18 @@ std::string Quoted(const std::string& text) {
   return '"' + Escaped(text) + '"';
 }
 
+bool IsText(const std::string& bytes) {
+  return WellFormed(bytes) == bytes && Escaped(bytes).find("\\u{") == std::string::npos;
+}
+
 std::string BytesOrText(const std::string& bytes) {
-  const bool is_text =
-      WellFormed(bytes) == bytes && Escaped(bytes).find("\\u{") == std::string::npos;
-  return is_text ? Quoted(bytes) : "0x" + BytesToHex(bytes);
+  return IsText(bytes) ? Quoted(bytes) : "0x" + BytesToHex(bytes);
+}
+
+nlohmann::ordered_json DataFields(const std::string& bytes) {
+  nlohmann::ordered_json fields = {{"data", nullptr}, {"data_hex", BytesToHex(bytes)}};
+  if (IsText(bytes)) fields["data"] = bytes;
+  return fields;
 }
 
 std::string_view StateMeaning(ble::Result state) {

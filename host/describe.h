@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include <qvs_windows_ble/client.h>
+#include <nlohmann/json.hpp>
 
 /// What people read. Nothing that came from the air does more to a terminal than show, or looks
 /// like a field that it is not.
@@ -18,8 +19,13 @@ namespace qvs_host {
 /// escaped; ill-formed UTF-8 becomes U+FFFD.
 [[nodiscard]] std::string Escaped(const std::string& text);
 [[nodiscard]] std::string Quoted(const std::string& text);
-/// Bytes between quotes where they are a text all of which is seen, else hexadecimal after 0x.
+/// Whether bytes are a text all of which is seen.
+[[nodiscard]] bool IsText(const std::string& bytes);
+/// Bytes between quotes where they are such a text, else hexadecimal after 0x.
 [[nodiscard]] std::string BytesOrText(const std::string& bytes);
+
+/// Custom data for programs: "data", a text or null, and "data_hex".
+[[nodiscard]] nlohmann::ordered_json DataFields(const std::string& bytes);
 
 [[nodiscard]] std::string_view StateMeaning(ble::Result state);
 [[nodiscard]] std::string Describe(const ble::PublisherStatus& status);

@@ -46,7 +46,7 @@ int Run(const Options& options, const std::function<void()>& act) {
 
 /// The whole program, in its namespace.
 int Main(int argc, char** argv) {
-  PrepareStandardStreams();
+  const StandardStreams streams;
   const auto request = ParseCommandLine(ArgumentsInUtf8(argc, argv));
   if (const auto* const line = std::get_if<CommandLine>(&request)) {
     return Run(line->options, [&] { line->command(line->options); });

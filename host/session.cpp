@@ -30,7 +30,12 @@ bool Session::Start(const std::function<ble::Result()>& call) {
   const ble::Result result = Try(call);
   if (result == ble::Result::kSuccess) return true;
   if (interrupts_ > 0) return false;
-  throw HostError(ble::Explain(result));
+  throw Failure(result);
+}
+
+HostError Session::Failure(ble::Result result) const {
+  const bool could_wait = result == ble::Result::kAdapterUnavailable && options_.retry == 0;
+  return HostError(ble::Explain(result) + (could_wait ? ": --retry N" : ""));
 }
 
 ble::Result Session::Try(const std::function<ble::Result()>& call) {

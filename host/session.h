@@ -4,6 +4,7 @@
 #include <chrono>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -34,6 +35,9 @@ class Session {
   [[nodiscard]] bool Start(const std::function<ble::Result()>& call);
   /// The same, but gives the result.
   [[nodiscard]] ble::Result Try(const std::function<ble::Result()>& call);
+
+  /// What went wrong and what to do.
+  [[nodiscard]] HostError Failure(ble::Result result) const;
 
   /// Runs until `done`, or Ctrl-C, or the end of the time that the options give. Throws what was
   /// thrown meanwhile.
@@ -67,7 +71,9 @@ class Session {
             const std::function<bool()>& done);
 
   const Options& options_;
-  const ScopedLogSink log_{base::log::MakeStderrSink()};
+  const std::unique_ptr<ScopedLogSink> log_{
+      options_.log_level > 0 ? std::make_unique<ScopedLogSink>(base::log::MakeStderrSink())
+                             : nullptr};
   base::threading::MainLooperScope looper_;
   std::atomic<int> interrupts_ = 0;
   InterruptWatch watch_{[this] {

@@ -12,7 +12,7 @@ void ShowState(const Options& options) {
   if (usable || options.json) {
     session.Tell({{"event", "state"}, {"state", state}}, std::string(StateMeaning(state)));
   }
-  if (!usable) throw HostError(ble::Explain(state));
+  if (!usable) throw session.Failure(state);
 }
 
 }  // namespace qvs_host

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,13 +10,32 @@
 namespace qvs_host {
 
 /// Makes writing to a closed standard stream fail, rather than end the process or reach a file that
-/// was opened later. To be called first in `main`.
-void PrepareStandardStreams();
+/// was opened later, and a console show UTF-8, for the life of the object. The first thing in
+/// `main`.
+class StandardStreams {
+ public:
+  StandardStreams();
+  ~StandardStreams();
+  StandardStreams(const StandardStreams&) = delete;
+  StandardStreams& operator=(const StandardStreams&) = delete;
+};
+
+struct TerminalSize {
+  int columns;
+  int rows;
+};
+
+/// Of the terminal that the standard output goes to, if it goes to one that can move its cursor.
+[[nodiscard]] std::optional<TerminalSize> OutputTerminal();
+
+/// Runs this program with other arguments, which need no quotes, and gives what it prints.
+[[nodiscard]] std::string OutputOfThisProgram(const std::string& arguments);
 
 /// The program's arguments as UTF-8, without its name.
 [[nodiscard]] std::vector<std::string> ArgumentsInUtf8(int argc, char** argv);
 
-/// Calls a function, on a thread of its own, when the user asks the program to end (Ctrl-C). To be
+/// Calls a function, on a thread of its own, when the user asks the program to end (Ctrl-C, the
+/// terminal closes, the system shuts down). To be
 /// made before any other thread, one at a time.
 class InterruptWatch {
  public:

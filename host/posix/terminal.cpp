@@ -3,19 +3,46 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
+#include <stdio.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 namespace qvs_host {
 
-void PrepareStandardStreams() {
+StandardStreams::StandardStreams() {
   signal(SIGPIPE, SIG_IGN);
   for (int descriptor = 0; descriptor <= 2; ++descriptor) {
     // The lowest free number is taken, which is this one; reading only, so that writing fails.
     if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", O_RDONLY) == -1) return;
   }
+}
+
+StandardStreams::~StandardStreams() = default;
+
+std::optional<TerminalSize> OutputTerminal() {
+  const char* const kind = std::getenv("TERM");
+  winsize size = {};
+  if (kind == nullptr || std::string_view(kind) == "dumb" || isatty(STDOUT_FILENO) == 0 ||
+      ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return std::nullopt;
+  }
+  return TerminalSize{size.ws_col, size.ws_row};
+}
+
+std::string OutputOfThisProgram(const std::string& arguments) {
+  std::string output;
+  FILE* const pipe =
+      popen(("exec /proc/" + std::to_string(getpid()) + "/exe " + arguments).c_str(), "r");
+  if (pipe == nullptr) return output;
+  for (int byte = fgetc(pipe); byte != EOF; byte = fgetc(pipe)) output += static_cast<char>(byte);
+  pclose(pipe);
+  return output;
 }
 
 std::vector<std::string> ArgumentsInUtf8(int argc, char** argv) {
@@ -27,8 +54,7 @@ class InterruptWatch::Impl {
  public:
   explicit Impl(std::function<void()> interrupted) {
     sigemptyset(&signals_);
-    sigaddset(&signals_, SIGINT);
-    sigaddset(&signals_, SIGTERM);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
     pthread_sigmask(SIG_BLOCK, &signals_, &former_mask_);
     waiter_ = std::thread([this, interrupted = std::move(interrupted)] {
       int signal = 0;

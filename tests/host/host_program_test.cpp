@@ -18,6 +18,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ContainsRegex;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
@@ -65,11 +67,12 @@ class Program {
     return outcome;
   }
 
-  /// Ends it as Ctrl-C does, and expects it to take that well.
-  void Interrupt() {
-    kill(process_, SIGINT);
+  /// Asks it to end, and expects it to take that well and to say this in the end.
+  void Interrupt(int signal, const std::string& last) {
+    kill(process_, signal);
     const Outcome outcome = WaitForEnd();
     EXPECT_EQ(outcome.exit_status, 0);
+    EXPECT_THAT(outcome.out, EndsWith(last));
     EXPECT_EQ(outcome.err, "");
   }
 
@@ -107,9 +110,10 @@ const Case kCases[] = {
     {"--help", 0, "Usage: qvs_host"},
     {"state --discoverable", 0, "Bluetooth LE can be used\n"},
     {"demo --log-level 6", 0, "ble init success"},
-    {"scan --for 1" QVS_UUID_OPTION, 0, ""},
-    {"advertise --data 'thirteen byte'" QVS_UUID_OPTION, 1,
-     "the custom data is longer than 12 bytes"},
+    {"scan --for 1 --uuid 5eed0001-0a1b-2c3d-4e5f-0a1b2c3d4e5f", 0, "\nheard nothing in 0:0"},
+    {"doctor", 0, "and another program hears it\n"},
+    {"play /nowhere", 2, "/nowhere"},
+    {"advertise --data 'thirteen byte'" QVS_UUID_OPTION, 2, "at most 12 bytes, not 13"},
     {"'two\nlines'", 2, "not expected: two\\u{a}lines"},
     {"--log-level 3", 2, "subcommand"},
     {"--log-level 8 demo", 2, "--log-level"},
@@ -201,24 +205,37 @@ TEST(HostProgram, EndsWhenNobodyTakesItsOutput) {
 
 const std::array<std::string, 4> kMeetings[] = {
     // What is sent, how it is looked for, how it is shown and which bytes it is.
-    {"--data 'room 4.02'", "--mode 1 --no-continue", "data \"room 4.02\"\n", "room 4.02"},
-    {"--data-hex 4100ff", "--mode 2 --interval 100", "data 0x4100ff\n", std::string("A\0\xFF", 3)},
+    {"--data 'room 4.02'", "--mode 1 --no-continue", "\"room 4.02\"", "room 4.02"},
+    {"--data-hex 4100ff", "--mode 2 --interval 100", "0x4100ff", std::string("A\0\xFF", 3)},
 };
 
-TEST(HostProgram, IsHeardByAnother) {
+TEST(HostProgram, IsHeardByAnotherAndEndsTidilyHoweverItIsAskedTo) {
   for (const auto& [data, scan, shown, bytes] : kMeetings) {
     const std::string uuid = RandomUuid();
     Program advertiser("advertise --uuid " + uuid + ' ' + data);
+    EXPECT_THAT(advertiser.WaitForLine("of 12 bytes"), HasSubstr(shown));
     EXPECT_EQ(advertiser.WaitForLine("advertising"), "advertising\n");
     Program scanner("scan --uuid " + uuid + ' ' + scan);
-    EXPECT_THAT(scanner.WaitForLine("data"), HasSubstr(shown));
+    EXPECT_THAT(scanner.WaitForLine("new"), EndsWith("data " + shown + '\n'));
     Program json_scanner("scan --json --uuid " + uuid);
-    const auto device = nlohmann::json::parse(json_scanner.WaitForLine("{"));
+    const auto device = nlohmann::json::parse(json_scanner.WaitForLine("device_json"));
     EXPECT_EQ(ble::Base64ToBytes(device.at("advertise_data").at(0).get<std::string>()),
               ble::UuidToBytes(uuid) + bytes);
     EXPECT_EQ(device.at("uuid"), uuid);
+    EXPECT_EQ(device.at("data").is_null(), bytes[1] == '\0');
     EXPECT_GT(device.at("time"), 1e9);
-    for (Program* const program : {&advertiser, &scanner, &json_scanner}) program->Interrupt();
+
+    const std::string on_terminal = " env TERM=xterm script -qec 'stty columns 60 rows 9; " +
+                                    std::string(QVS_HOST_PROGRAM " scan --for 1 --uuid ") + uuid +
+                                    "' /dev/null";
+    const Outcome table = Program("", on_terminal).WaitForEnd();
+    EXPECT_THAT(table.out, ContainsRegex("\n[+][^\n]*" + shown + "[^\n]* -[0-9]+\x1B[^\n]*\n"));
+    EXPECT_THAT(table.out, ContainsRegex(uuid + "  0:0[0-9]  1 device\r\n"));
+    EXPECT_THAT(table.out, HasSubstr("heard 1 device in 0:0"));
+
+    advertiser.Interrupt(SIGHUP, "stopping\nstopped\n");
+    scanner.Interrupt(SIGTERM, "\n");
+    json_scanner.Interrupt(SIGINT, "}\n");
   }
 }
 
