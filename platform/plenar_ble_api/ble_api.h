@@ -12,7 +12,15 @@
 /// for their types only.
 ///
 /// The library keeps the callables that it is given, and may invoke each on any thread of its own,
-/// at any time after it was handed over. An empty callable withdraws the one given before.
+/// at any time after it was handed over. An empty callable withdraws the one given before: when the
+/// setter returns, that one is running nowhere and is not invoked any more. What a function throws
+/// counts as its refusal.
+///
+/// The module starts and stops the publisher by the statuses that it is told of, and only a status
+/// frees a publisher that is starting or stopping. A good library therefore
+///  - reports a running publisher stopped (4) inside `BleUnInit`, before it lets go of the callables,
+///  - takes the new data when it is started while it runs, and reports the statuses of that start,
+///  - reports stopped when it is told to stop and nothing runs.
 
 /// 0 is no error; any value may be reported, the named ones have a meaning for the module.
 enum class BleError : std::int32_t {
@@ -50,8 +58,8 @@ extern "C" {
 
 /// Brings the library up; `reserved` is 0. Returns 0 when ready.
 int BleInit(std::uintptr_t reserved);
-/// Takes the library down. No callable is running or invoked any more when it returns, except the
-/// log callable.
+/// Takes the library down; a running publisher is reported stopped first. No callable is running or
+/// invoked any more when it returns, except the log callable.
 void BleUnInit();
 void BleSetLogFunc(BleLogFunc log);
 /// `BleError::kNone` when the adapter can be used.
@@ -75,8 +83,10 @@ int BleServerAddManufacturerData(std::uint16_t company, const std::uint8_t* data
                                  std::size_t length);
 int BleServerAddDataSection(std::uint8_t type, const std::uint8_t* data, std::size_t length);
 void BleServerSetStatusChangedCB(BleStatusChangedCB callback);
-/// Returns 0 when the start was accepted; the status callable reports how it goes.
+/// Returns 0 when the start was accepted; the status callable reports how it goes, also when the
+/// publisher was running.
 int BleServerStartBroadcast();
+/// The status callable reports when that is done, also when nothing was running.
 void BleServerStopBroadcast();
 
 }  // extern "C"
