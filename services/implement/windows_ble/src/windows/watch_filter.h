@@ -15,8 +15,8 @@ namespace quorvel_service {
 
 /// Picks out the broadcasts that carry the watched UUID, on the library's threads, while the main
 /// looper thread may watch another one. Matching works on an immutable snapshot, so no broadcast is
-/// ever compared with a half-assigned text. It takes no lock and allocates nothing, and its threads
-/// do not slow each other.
+/// ever compared with a half-assigned text. It takes no lock and allocates nothing, and for most
+/// broadcasts it writes nothing that other threads read.
 class WatchFilter {
  public:
   WatchFilter() = default;
@@ -37,19 +37,14 @@ class WatchFilter {
   };
   using Snapshots = std::vector<std::unique_ptr<const Snapshot>>;
 
-  /// Counts the readers inside, on the side that was in use when each came. On a cache line of its
-  /// own.
-  struct alignas(64) Readers {
-    std::atomic<std::uint32_t> count[2]{};
-  };
-
-  [[nodiscard]] Readers& ReadersOfThisThread() const noexcept;
+  [[nodiscard]] bool MatchesSnapshot(const BleBroadcastInfo& info) const noexcept;
   void FreeWhatNobodyReads() noexcept;
 
   // Read by any thread.
+  std::atomic<std::uint64_t> glance_{0};           // of the bytes, and of the text in the low half
   std::atomic<const Snapshot*> current_{nullptr};  // null: nothing is watched
-  std::atomic<unsigned> side_{0};                  // where readers are counted now
-  mutable std::array<Readers, 16> readers_;
+  std::atomic<unsigned> side_{0};                  // where readers are counted from now on
+  mutable std::atomic<std::uint32_t> readers_[2]{};
 
   // The main looper thread's.
   std::unique_ptr<const Snapshot> watched_;  // what `current_` points to
