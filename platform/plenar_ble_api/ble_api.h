@@ -18,7 +18,7 @@
 ///
 /// The module starts and stops the publisher by the statuses that it is told of, and only a status
 /// frees a publisher that is starting or stopping. A good library therefore
-///  - reports a running publisher stopped (4) inside `BleUnInit`, before it lets go of the callables,
+///  - reports a running publisher stopped (4) inside `BleUnInit`, before it drops the callables,
 ///  - takes the new data when it is started while it runs, and reports the statuses of that start,
 ///  - reports stopped when it is told to stop and nothing runs.
 
