@@ -84,10 +84,6 @@ LogStream& LogStream::Append(const char* text, std::size_t size) noexcept {
   return *this;
 }
 
-LogStream& LogStream::operator<<(const char* text) noexcept {
-  return text == nullptr ? *this : Append(text, std::strlen(text));
-}
-
 LogStream& LogStream::operator<<(const std::string& text) noexcept {
   return Append(text.data(), text.size());
 }
@@ -146,11 +142,17 @@ void __logwriter::Emit() {
   sink(std::move(tag), std::move(file), line, std::move(function), level, std::move(message));
 }
 
-__logwriter MakeLogWriter(int level, const char* file, int line, const char* function) noexcept {
+__logwriter MakeLogWriter(int level, std::string_view file, int line,
+                          std::string_view function) noexcept {
   // Compilers differ in how they spell the name inside a lambda; the log does not.
-  if (std::strcmp(function, "operator()") == 0) function = "operator ()";
+  if (function == "operator()") function = "operator ()";
   try {
-    return {level, file, line, function, &base::log::PrintLog, __logwriter::kMinimumMaxLength};
+    return {level,
+            std::string(file),
+            line,
+            std::string(function),
+            &base::log::PrintLog,
+            __logwriter::kMinimumMaxLength};
   } catch (...) {
     return {};
   }
@@ -164,7 +166,7 @@ void ForwardLibraryLog(const char* file, int line, const char* function, int lev
   });
 }
 
-void LogFailure(const char* file, int line, const char* function) noexcept {
+void LogFailure(std::string_view file, int line, std::string_view function) noexcept {
   if (base::log::GetLogLevel() < kError) return;
   __logwriter writer = MakeLogWriter(kError, file, line, function);
   try {

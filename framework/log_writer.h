@@ -23,7 +23,10 @@ struct LogStream {
   std::int32_t capacity;  ///< Bytes of text that fit.
   std::int32_t length;    ///< Bytes of text held.
 
-  LogStream& operator<<(const char* text) noexcept;  ///< Null counts as empty.
+  LogStream& operator<<(const char* text) noexcept {  ///< Null counts as empty.
+    // Here, so that the length of a literal is no work.
+    return text == nullptr ? *this : Append(text, std::char_traits<char>::length(text));
+  }
   LogStream& operator<<(const std::string& text) noexcept;
   LogStream& operator<<(std::int32_t value) noexcept;
   LogStream& operator<<(std::uint32_t value) noexcept;
@@ -63,7 +66,7 @@ class __logwriter {
   [[nodiscard]] LogStream& Stream() noexcept;
 
  private:
-  friend __logwriter MakeLogWriter(int, const char*, int, const char*) noexcept;
+  friend __logwriter MakeLogWriter(int, std::string_view, int, std::string_view) noexcept;
   __logwriter() noexcept = default;  // a lost line
 
   void Emit();
@@ -79,8 +82,8 @@ class __logwriter {
 };
 
 /// The writer of a log statement, for `base::log::PrintLog`.
-[[nodiscard]] __logwriter MakeLogWriter(int level, const char* file, int line,
-                                        const char* function) noexcept;
+[[nodiscard]] __logwriter MakeLogWriter(int level, std::string_view file, int line,
+                                        std::string_view function) noexcept;
 
 /// Hands a line of the BLE API library to the log under the tag "PlenarBle". Null texts count as
 /// empty. [any thread]
@@ -88,10 +91,10 @@ void ForwardLibraryLog(const char* file, int line, const char* function, int lev
                        const char* message) noexcept;
 
 /// Logs the exception that is being handled at level 3. See `QV_LOG_FAILURE`.
-void LogFailure(const char* file, int line, const char* function) noexcept;
+void LogFailure(std::string_view file, int line, std::string_view function) noexcept;
 
 /// The part of a path behind its last separator.
-consteval const char* BaseName(const char* path) {
+consteval std::string_view BaseName(const char* path) {
   const char* name = path;
   for (const char* c = path; *c != '\0'; ++c) {
     if (*c == '/' || *c == '\\') name = c + 1;

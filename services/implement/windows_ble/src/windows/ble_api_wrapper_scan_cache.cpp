@@ -28,19 +28,18 @@ using base::json::JsonValue;
 /// From this number of devices on, every broadcast sweeps out the expired ones.
 constexpr std::size_t kSweepSize = 30;
 
-/// The record of a broadcast that is cached now.
-ScanCacheItem MakeItem(BleBroadcastInfo&& info) {
+/// What is kept of a broadcast; its time stamp is set when it is cached.
+ScanCacheItem MakeItem(const BleBroadcastInfo& info) {
   ScanCacheItem item;
-  item.device_id = std::move(info.address);
+  item.device_id = info.address;
   item.rssi = info.rssi;
   item.advertise_data.reserve(info.manufacturer_data.size());
   for (const auto& [company, bytes] : info.manufacturer_data) {
     item.advertise_data.emplace_back(bytes.begin(), bytes.end());
   }
   item.connectable = info.connectable;
-  item.local_name = std::move(info.local_name);
-  item.uuids = std::move(info.service_uuids);
-  item.timestamp = util::time::GetTimestamp();
+  item.local_name = info.local_name;
+  item.uuids = info.service_uuids;
   return item;
 }
 
@@ -70,9 +69,10 @@ void BleWrapper::RegisterBroadcastReceivedCB() {
       Guarded([this](const BleBroadcastInfo& received) {
         if (!watch_filter_.Matches(received)) return;
         PostToMainLooper(
-            [this, info = received]() mutable {
-              QV_LOG(kInformation) << "find broadcast, ble addr: " << info.address;
-              scan_cache_.Store(MakeItem(std::move(info)));
+            [this, item = MakeItem(received)]() mutable {
+              QV_LOG(kInformation) << "find broadcast, ble addr: " << item.device_id;
+              item.timestamp = util::time::GetTimestamp();
+              scan_cache_.Store(std::move(item));
               has_new_scan_result_ = true;
               if (scan_cache_.Size() >= kSweepSize) {
                 QV_LOG(kInformation) << "scan caches more than 30, clear expired cache";
