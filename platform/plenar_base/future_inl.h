@@ -6,9 +6,10 @@ namespace base::future {
 
 template <class T>
 FutureClient<T>::~FutureClient() {
+  destroyed_ = true;  // no other thread can be inside any more
+  if (state_ == FutureState::kValueSet) return;
   {
     std::lock_guard lock(mutex_);
-    destroyed_ = true;
     if (!CompareAndSet(FutureState::kPending, FutureState::kGivenUp)) return;
   }
   if (!continuation_ || !executor_) return;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -64,6 +64,8 @@ class PLENAR_BASE_EXPORT Variant {
 };
 
 struct Variant::Member {
+  Member(std::string_view a_key, Variant&& a_value) : key(a_key), value(std::move(a_value)) {}
+
   std::string key;
   Variant value;
 };

@@ -10,6 +10,8 @@
 namespace base::variant {
 namespace {
 
+constexpr std::size_t kUsualMembers = 4;  // of a call's arguments
+
 template <class Target, class Source>
 Target Saturate(Source value) noexcept {
   using Limits = std::numeric_limits<Target>;
@@ -81,8 +83,11 @@ void Variant::Set(std::string_view key, Variant value) {
     *found = std::move(value);
     return;
   }
-  if (members == nullptr) members = &value_.emplace<Members>();
-  members->push_back({std::string(key), std::move(value)});
+  if (members == nullptr) {
+    members = &value_.emplace<Members>();
+    members->reserve(kUsualMembers);
+  }
+  members->emplace_back(key, std::move(value));
 }
 
 const Variant& Variant::Get(std::string_view key) const noexcept {
