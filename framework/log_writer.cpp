@@ -8,6 +8,7 @@
 #include <memory>
 #include <utility>
 
+#include <plenar_base/log.h>
 #include <plenar_base/thread_local.h>
 
 #include "framework/guard.h"

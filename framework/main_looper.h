@@ -1,7 +1,5 @@
 #pragma once
 
-#include <utility>
-
 #include <plenar_base/location.h>
 #include <plenar_base/looper.h>
 

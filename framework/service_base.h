@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <set>
+
+#include <plenar_base/variant.h>
 
 #include "framework/service.h"
 

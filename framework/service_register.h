@@ -3,6 +3,7 @@
 #include <new>
 
 #include "framework/guard.h"
+#include "framework/service.h"
 #include "framework/service_factory.h"
 
 namespace quorvel_service {

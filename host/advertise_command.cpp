@@ -1,5 +1,11 @@
 #include "host/commands.h"
+
+#include <string>
+#include <utility>
+
+#include <qvs_windows_ble/client.h>
 #include "host/describe.h"
+#include "host/host_error.h"
 #include "host/session.h"
 
 namespace qvs_host {

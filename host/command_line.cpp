@@ -2,7 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "host/describe.h"

@@ -1,9 +1,12 @@
 #include "host/describe.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <sstream>
 
 #include <plenar_base/stringhelp.h>
+#include <qvs_windows_ble/client.h>
 
 namespace qvs_host {
 namespace {

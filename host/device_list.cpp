@@ -4,6 +4,10 @@
 #include <array>
 #include <iomanip>
 #include <sstream>
+#include <string_view>
+#include <utility>
+
+#include <qvs_windows_ble/client.h>
 
 #include "host/describe.h"
 

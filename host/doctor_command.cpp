@@ -1,17 +1,21 @@
 #include <algorithm>
+#include <cstddef>
+#include <memory>
 #include <random>
 #include <string>
 
 #include <plenar_base/crypto.h>
 #include <plenar_base/deviceinfo.h>
-#include <plenar_base/log.h>
 #include <plenar_base/log_sink.h>
+#include <qvs_windows_ble/client.h>
 
 #include "host/commands.h"
 #include "host/describe.h"
+#include "host/host_error.h"
 #include "host/output.h"
 #include "host/scoped_log_sink.h"
 #include "host/session.h"
+#include "host/terminal.h"
 
 namespace qvs_host {
 namespace {

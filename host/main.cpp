@@ -1,9 +1,11 @@
+#include <exception>
 #include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <variant>
 
 #include <plenar_base/log_sink.h>
 

@@ -1,13 +1,18 @@
 #include <algorithm>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <plenar_base/timer.h>
+#include <qvs_windows_ble/client.h>
 
 #include "host/commands.h"
 #include "host/describe.h"
 #include "host/device_list.h"
+#include "host/output.h"
 #include "host/session.h"
+#include "host/terminal.h"
 
 namespace qvs_host {
 namespace {

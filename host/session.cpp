@@ -1,6 +1,9 @@
 #include "host/session.h"
 
+#include <cstdint>
+
 #include <plenar_base/timer.h>
+#include <qvs_windows_ble/client.h>
 
 #include "host/describe.h"
 

@@ -7,9 +7,8 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
+#include <plenar_base/log_sink.h>
 #include <plenar_base/main_looper.h>
 #include <qvs_windows_ble/client.h>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,8 @@
 #include "host/commands.h"
+
+#include <string>
+
+#include <qvs_windows_ble/client.h>
 #include "host/describe.h"
 #include "host/session.h"
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -231,7 +232,7 @@ class LoadedLibrary {
     const auto digit = kDigits.find(character);
     if (digit == std::string_view::npos) continue;
     if (count++ % 2 == 0) bytes += '\0';
-    bytes.back() = static_cast<char>(static_cast<unsigned char>(bytes.back()) << 4 | (digit & 0xF));
+    bytes.back() = static_cast<char>(static_cast<unsigned char>(bytes.back()) * 16u + digit % 16);
   }
   return bytes;
 }

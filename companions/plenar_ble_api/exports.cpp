@@ -1,14 +1,14 @@
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <map>
 #include <mutex>
-#include <span>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <plenar_ble_api/ble_api.h>
+#include <plenar_ble_control/virtual_radio.h>
 
 #include "radio/radio.h"
 

@@ -1,10 +1,19 @@
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
+#include <exception>
 #include <fstream>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <sstream>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
-#include <plenar_base/log_sink.h>
+#include <plenar_ble_api/ble_api.h>
+#include <qvs_windows_ble/client.h>
 
 #include "host/commands.h"
 #include "host/describe.h"
@@ -13,6 +22,7 @@
 #include "host/play/pc.h"
 #include "host/play/scenario.h"
 #include "host/play/stage.h"
+#include "host/play/time_line.h"
 #include "host/scoped_log_sink.h"
 
 namespace qvs_host {

@@ -1,8 +1,11 @@
 #include "host/play/stage.h"
 
-#include <iomanip>
 #include <sstream>
 #include <string>
+
+#include <plenar_base_control/simulated_time.h>
+#include <plenar_ble_control/virtual_radio.h>
+#include <qvs_windows_ble/client.h>
 
 #include "host/describe.h"
 #include "host/host_error.h"

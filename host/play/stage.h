@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include <plenar_base/main_looper.h>
+#include <plenar_base/time_source.h>
 #include <plenar_base_control/simulated_time.h>
 #include <plenar_ble_control/virtual_radio.h>
 #include <qvs_windows_ble/client.h>

@@ -1,8 +1,11 @@
 #include "host/play/time_line.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iomanip>
 #include <sstream>
+
+#include <plenar_base/log_sink.h>
 
 #include "host/output.h"
 

@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <utility>
 #include <variant>
 
 #include <plenar_base/location.h>

@@ -1,3 +1,4 @@
+#include <plenar_base/main_looper.h>
 #include <plenar_base_control/simulated_time.h>
 
 #include <algorithm>

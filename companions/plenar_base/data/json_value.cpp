@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "util/utf8.h"
 

@@ -1,6 +1,7 @@
 #include <plenar_base/variant.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <type_traits>
 #include <utility>

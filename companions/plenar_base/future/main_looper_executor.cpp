@@ -1,9 +1,13 @@
 #include <plenar_base/future.h>
 
+#include <cstdint>
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <utility>
 
+#include <plenar_base/location.h>
 #include <plenar_base/looper.h>
 
 #include "immortal.h"

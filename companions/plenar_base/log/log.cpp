@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <iterator>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <semaphore>
 #include <utility>

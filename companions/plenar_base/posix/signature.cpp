@@ -2,8 +2,11 @@
 // exactly one signer. Whom the machine trusts is in plenar_trust.pem beside this library.
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -7,7 +7,9 @@
 #include <string_view>
 #include <utility>
 
+#include <plenar_base/location.h>
 #include <plenar_base/log.h>
+#include <plenar_base/time_source.h>
 
 #include "immortal.h"
 

@@ -1,6 +1,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include <plenar_base/crypto.h>
 

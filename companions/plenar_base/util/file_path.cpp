@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <string>
 
 #include <plenar_base/file.h>
 

@@ -1,4 +1,6 @@
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include <plenar_base/stringhelp.h>

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include <plenar_ble_api/ble_api.h>
+
 #include "text.h"
 
 namespace plenar_ble {

@@ -4,7 +4,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <utility>
 
 #include "radio/library_thread.h"
 

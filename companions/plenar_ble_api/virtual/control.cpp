@@ -1,5 +1,15 @@
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
 #include <utility>
 
+#include <plenar_ble_api/ble_api.h>
+#include <plenar_ble_control/virtual_radio.h>
+
+#include "radio/library_thread.h"
+#include "radio/radio.h"
+#include "virtual/radio_core.h"
 #include "virtual/virtual_radio.h"
 
 // The control interface, and the 18th export, which gives it.

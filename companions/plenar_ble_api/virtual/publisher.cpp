@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include <plenar_ble_api/ble_api.h>
+#include <plenar_ble_control/virtual_radio.h>
+
 namespace plenar_ble {
 namespace {
 

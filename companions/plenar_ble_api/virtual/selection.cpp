@@ -1,5 +1,8 @@
 #include <atomic>
 
+#include <plenar_ble_control/virtual_radio.h>
+
+#include "radio/radio.h"
 #include "virtual/virtual_radio.h"
 
 namespace plenar_ble {

@@ -3,7 +3,11 @@
 #include <cstddef>
 #include <exception>
 #include <new>
+#include <string>
 #include <utility>
+
+#include <plenar_ble_api/ble_api.h>
+#include <plenar_ble_control/virtual_radio.h>
 
 #include "text.h"
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <optional>
 #include <span>
-#include <string>
+#include <string_view>
 
 #include <plenar_ble_api/ble_api.h>
 #include <plenar_ble_control/virtual_radio.h>

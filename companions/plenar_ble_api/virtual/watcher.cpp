@@ -1,9 +1,13 @@
 #include "virtual/watcher.h"
 
 #include <array>
+#include <mutex>
 #include <new>
 #include <thread>
 #include <utility>
+
+#include <plenar_ble_api/ble_api.h>
+#include <plenar_ble_control/virtual_radio.h>
 
 #include "air/datagram_socket.h"
 #include "radio/library_thread.h"

@@ -1,8 +1,13 @@
 // Window classes, windows, their messages, and device notifications.
 
 #include <dbt.h>
+#include <windows.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <deque>
+
+#include <simulated_pc/simulated_pc.h>
 
 #include "pc_state.h"
 #include "stand_in_call.h"

@@ -2,10 +2,15 @@
 
 #include <bluetoothapis.h>
 #include <setupapi.h>
+#include <windows.h>
 #include <winternl.h>
 
 #include <algorithm>
+#include <string>
 #include <string_view>
+#include <utility>
+
+#include <simulated_pc/simulated_pc.h>
 
 #include "pc_state.h"
 #include "stand_in_call.h"

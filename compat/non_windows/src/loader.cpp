@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <shlwapi.h>
+#include <windows.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "pc_state.h"
 #include "stand_in_call.h"

@@ -1,6 +1,10 @@
+#include <windows.h>
+
 #include <simulated_pc/simulated_pc.h>
 
-#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <ostream>
 #include <utility>
 
 #include "pc_state.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <vector>
 

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include <plenar_base/location.h>
+
 #include "framework/guard.h"
 #include "framework/log_writer.h"
 #include "services/implement/windows_ble/generated/windows_ble_service_ids.h"

@@ -4,6 +4,9 @@
 #include <memory>
 #include <string>
 
+#include <plenar_base/future.h>
+#include <plenar_base/variant.h>
+
 #include "framework/service_base.h"
 
 namespace quorvel_service {

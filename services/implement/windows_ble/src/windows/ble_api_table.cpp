@@ -1,5 +1,7 @@
 #include "services/implement/windows_ble/src/windows/ble_api_table.h"
 
+#include <windows.h>
+
 #include "services/implement/windows_ble/src/windows/build_settings.h"
 
 namespace quorvel_service {

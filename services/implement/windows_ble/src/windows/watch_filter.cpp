@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include <plenar_ble_api/ble_api.h>
+
 // When a snapshot is freed
 //
 // A reader counts itself in (1), loads `current_` (2), looks at the snapshot and counts itself out
