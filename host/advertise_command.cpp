@@ -24,9 +24,8 @@ void Advertise(const Options& options) {
   if (!session.Start(start)) return;
   nlohmann::ordered_json fields = {{"event", "advertise"}, {"uuid", options.uuid}};
   fields.update(DataFields(options.data));
-  session.Tell(std::move(fields),
-               "sending " + options.uuid + ",\n" + std::to_string(options.data.size()) +
-                   " of 12 bytes: " + BytesOrText(options.data) + "; Ctrl-C ends");
+  session.Tell(fields, "sending " + options.uuid + ",\n" + std::to_string(options.data.size()) +
+                           " of 12 bytes: " + BytesOrText(options.data) + "; Ctrl-C ends");
   session.Run([&] { return ended; });
   if (ended) throw HostError("the radio has " + Describe(now));
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "host/describe.h"
-#include "host/host_error.h"
+#include "host/output.h"
 
 namespace qvs_host {
 namespace {

@@ -11,7 +11,6 @@
 
 #include "host/command_line.h"
 #include "host/commands.h"
-#include "host/host_error.h"
 #include "host/output.h"
 #include "host/scoped_log_sink.h"
 #include "host/terminal.h"
@@ -48,7 +47,7 @@ int Run(const Options& options, const std::function<void()>& act) {
 
 /// The whole program, in its namespace.
 int Main(int argc, char** argv) {
-  const StandardStreams streams;
+  PrepareStandardStreams();
   const auto request = ParseCommandLine(ArgumentsInUtf8(argc, argv));
   if (const auto* const line = std::get_if<CommandLine>(&request)) {
     return Run(line->options, [&] { line->command(line->options); });

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <string>
 
-#include "host/host_error.h"
-
 namespace qvs_host {
 
 void Write(std::string_view text) {

@@ -60,7 +60,7 @@ void TellDevices(Session& session, const std::string& uuid,
     nlohmann::ordered_json fields = {{"event", "device_json"}, {"uuid", uuid}};
     if (device.data) fields.update(DataFields(*device.data));
     fields.update(device.record);
-    session.Tell(std::move(fields), "");
+    session.Tell(fields, "");
   }
 }
 

@@ -65,7 +65,7 @@ void Session::Finish(const std::function<bool()>& done) {
   Wait(seconds(3), 1, done);
 }
 
-void Session::Tell(nlohmann::ordered_json fields, const std::string& words) {
+void Session::Tell(const nlohmann::ordered_json& fields, const std::string& words) {
   if (!options_.json) return say(words);
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   nlohmann::ordered_json line = {

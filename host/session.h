@@ -14,7 +14,6 @@
 #include <nlohmann/json.hpp>
 
 #include "host/commands.h"
-#include "host/host_error.h"
 #include "host/output.h"
 #include "host/scoped_log_sink.h"
 #include "host/terminal.h"
@@ -45,7 +44,7 @@ class Session {
   void Finish(const std::function<bool()>& done);
 
   /// Tells of an event: people in words, programs with its fields and the time.
-  void Tell(nlohmann::ordered_json fields, const std::string& words);
+  void Tell(const nlohmann::ordered_json& fields, const std::string& words);
 
   /// For callbacks and tasks, since who calls those takes no exceptions: `Run` throws them.
   template <class Function>

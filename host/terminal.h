@@ -10,15 +10,8 @@
 namespace qvs_host {
 
 /// Makes writing to a closed standard stream fail, rather than end the process or reach a file that
-/// was opened later, and a console show UTF-8, for the life of the object. The first thing in
-/// `main`.
-class StandardStreams {
- public:
-  StandardStreams();
-  ~StandardStreams();
-  StandardStreams(const StandardStreams&) = delete;
-  StandardStreams& operator=(const StandardStreams&) = delete;
-};
+/// was opened later, and a console show UTF-8 until the process ends. To be called first in `main`.
+void PrepareStandardStreams();
 
 struct TerminalSize {
   int columns;

@@ -187,7 +187,7 @@ class LoadedLibrary {
 
 /// What a result or a state means and what to do about it, in a line.
 [[nodiscard]] inline std::string Explain(Result result) {
-  const std::string meaning(Meaning(result));
+  std::string meaning(Meaning(result));
   switch (result) {
     case Result::kLibraryFailure:
       return meaning + "; " + ExplainBleApiFile();

@@ -17,7 +17,6 @@
 
 #include "host/commands.h"
 #include "host/describe.h"
-#include "host/host_error.h"
 #include "host/output.h"
 #include "host/play/pc.h"
 #include "host/play/scenario.h"

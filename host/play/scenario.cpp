@@ -4,7 +4,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "host/host_error.h"
+#include "host/output.h"
 
 namespace qvs_host {
 namespace {

@@ -8,7 +8,7 @@
 #include <qvs_windows_ble/client.h>
 
 #include "host/describe.h"
-#include "host/host_error.h"
+#include "host/output.h"
 
 namespace qvs_host {
 namespace {

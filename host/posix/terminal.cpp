@@ -15,15 +15,13 @@
 
 namespace qvs_host {
 
-StandardStreams::StandardStreams() {
+void PrepareStandardStreams() {
   signal(SIGPIPE, SIG_IGN);
   for (int descriptor = 0; descriptor <= 2; ++descriptor) {
     // The lowest free number is taken, which is this one; reading only, so that writing fails.
     if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", O_RDONLY) == -1) return;
   }
 }
-
-StandardStreams::~StandardStreams() = default;
 
 std::optional<TerminalSize> OutputTerminal() {
   const char* const kind = std::getenv("TERM");

@@ -5,6 +5,7 @@
 #include <shellapi.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <utility>
 
@@ -35,17 +36,16 @@ BOOL WINAPI HandleControl(DWORD event) {
 
 }  // namespace
 
-StandardStreams::StandardStreams() {
+void PrepareStandardStreams() {
   former_code_page = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
   const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
   is_console = GetConsoleMode(output, &former_mode) &&
                SetConsoleMode(output, former_mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-}
-
-StandardStreams::~StandardStreams() {
-  if (is_console) SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), former_mode);
-  if (former_code_page != 0) SetConsoleOutputCP(former_code_page);
+  std::atexit([] {
+    if (is_console) SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), former_mode);
+    if (former_code_page != 0) SetConsoleOutputCP(former_code_page);
+  });
 }
 
 std::optional<TerminalSize> OutputTerminal() {
