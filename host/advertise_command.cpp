@@ -5,7 +5,7 @@
 
 #include <qvs_windows_ble/client.h>
 #include "host/describe.h"
-#include "host/host_error.h"
+#include "host/output.h"
 #include "host/session.h"
 
 namespace qvs_host {

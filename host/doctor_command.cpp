@@ -11,7 +11,6 @@
 
 #include "host/commands.h"
 #include "host/describe.h"
-#include "host/host_error.h"
 #include "host/output.h"
 #include "host/scoped_log_sink.h"
 #include "host/session.h"
