@@ -3,6 +3,8 @@
 #include <cassert>
 #include <vector>
 
+#include <plenar_base/variant.h>
+
 #include "framework/guard.h"
 #include "framework/main_looper.h"
 

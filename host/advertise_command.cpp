@@ -1,7 +1,6 @@
 #include "host/commands.h"
 
 #include <string>
-#include <utility>
 
 #include <qvs_windows_ble/client.h>
 #include "host/describe.h"

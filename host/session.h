@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <plenar_base/log_sink.h>
 #include <plenar_base/main_looper.h>

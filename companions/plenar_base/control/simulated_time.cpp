@@ -1,5 +1,6 @@
-#include <plenar_base/main_looper.h>
 #include <plenar_base_control/simulated_time.h>
+
+#include <plenar_base/main_looper.h>
 
 #include <algorithm>
 #include <limits>

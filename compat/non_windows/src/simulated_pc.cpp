@@ -1,6 +1,6 @@
-#include <windows.h>
-
 #include <simulated_pc/simulated_pc.h>
+
+#include <windows.h>
 
 #include <memory>
 #include <mutex>

@@ -4,7 +4,9 @@
 #include <iterator>
 #include <utility>
 
+#include <plenar_base/future.h>
 #include <plenar_base/location.h>
+#include <plenar_base/variant.h>
 
 #include "framework/guard.h"
 #include "framework/log_writer.h"
