@@ -253,7 +253,8 @@ TEST_F(SystemRadioTest, AStartWhileOneRunsTakesTheNewDataAndAnEndReportsItStoppe
   EXPECT_EQ(Advertise("second"), 0);
   EXPECT_TRUE(journal.WaitFor("status 2/0"));
   Sleep(50);
-  EXPECT_EQ(Locked()->air[0].length + Locked()->air[1].length, 4 + 6u) << "both are on air";
+  EXPECT_EQ([state = Locked()] { return state->air[0].length + state->air[1].length; }(), 4 + 6u)
+      << "both are on air";
   BleUnInit();
   EXPECT_EQ(journal.Take(), "status 1/0; status 2/0; status 4/0; ");
 }

@@ -32,7 +32,7 @@ BleError ErrorOfQuestion(HRESULT number) {
   }
 }
 
-bool CanExtend(const ComPtr<winrt::IBluetoothAdapter>& adapter) {
+bool Extends(const ComPtr<winrt::IBluetoothAdapter>& adapter) {
   const auto newer = adapter.As<winrt::IBluetoothAdapter3>();
   return newer && IsSo(newer, &winrt::IBluetoothAdapter3::get_IsExtendedAdvertisingSupported,
                        "BluetoothAdapter.IsExtendedAdvertisingSupported");
@@ -76,7 +76,7 @@ Adapter::Answer Adapter::Find() {
                      "BluetoothAdapter.IsPeripheralRoleSupported")) {
       answer.error = kNoPeripheralRole;
     } else {
-      answer = {BleError::kNone, CanExtend(adapter)};
+      answer = {BleError::kNone, Extends(adapter)};
     }
   } catch (const SystemError& error) {
     callables_.LogFailure(error);
@@ -101,7 +101,7 @@ ComPtr<winrt::IBluetoothAdapter> Adapter::Default() const {
     Check(progress->get_Status(&status), kCall);
     if (status != winrt::AsyncStatus::kStarted) break;
     if (closing_.stop_requested() || std::chrono::steady_clock::now() > end) {
-      progress->Cancel();
+      progress->Cancel();  // Best effort: nobody waits for it any more.
       throw SystemError(HRESULT_FROM_WIN32(ERROR_TIMEOUT), kCall);
     }
     std::this_thread::sleep_for(kPollInterval);

@@ -34,6 +34,9 @@ class Adapter {
   /// What the adapter is like now. When that is not known after `longest`: temporarily unavailable.
   [[nodiscard]] Answer Ask(std::chrono::milliseconds longest);
 
+  /// Whether the adapter can do extended advertising. May take a while.
+  [[nodiscard]] bool CanExtend() { return Ask(std::chrono::seconds(2)).can_extend; }
+
   /// What the answering thread has to do.
   [[nodiscard]] const std::shared_ptr<TaskQueue>& Questions() const { return questions_; }
   /// Ends the answering: the thread ends soon.

@@ -144,6 +144,8 @@ struct IBluetoothAdapterStatics : Inspectable {
 
 // Windows.Devices.Bluetooth.Advertisement
 
+inline constexpr wchar_t kAdvertisement[] =
+    L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisement";
 inline constexpr wchar_t kPublisher[] =
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisementPublisher";
 inline constexpr wchar_t kWatcher[] =
@@ -224,12 +226,19 @@ struct IPublisher : Inspectable {
   static constexpr GUID kId = Id("cde820f9-d9fa-43d6-a264-ddd8b7da8b78");
 
   virtual HRESULT STDMETHODCALLTYPE get_Status() { return E_NOTIMPL; }
-  virtual HRESULT STDMETHODCALLTYPE get_Advertisement(IAdvertisement** value) = 0;
+  virtual HRESULT STDMETHODCALLTYPE get_Advertisement() { return E_NOTIMPL; }
   virtual HRESULT STDMETHODCALLTYPE Start() = 0;
   virtual HRESULT STDMETHODCALLTYPE Stop() = 0;
   virtual HRESULT STDMETHODCALLTYPE add_StatusChanged(
       TypedEventHandler<PublisherStatusChanged>* handler, EventRegistrationToken* token) = 0;
   virtual HRESULT STDMETHODCALLTYPE remove_StatusChanged(EventRegistrationToken token) = 0;
+};
+
+struct IPublisherFactory : Inspectable {
+  static constexpr GUID kId = Id("5c5f065e-b863-4981-a1af-1c544d8b0c0d");
+
+  virtual HRESULT STDMETHODCALLTYPE Create(IAdvertisement* advertisement,
+                                           IPublisher** publisher) = 0;
 };
 
 /// Since Windows 10, version 2004.

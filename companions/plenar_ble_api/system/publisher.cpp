@@ -18,21 +18,22 @@ constexpr std::size_t kFlagsLength = 3;
 /// Of an item, beside its data: length, type and company.
 constexpr std::size_t kItemHeaderLength = 4;
 
-/// How long a start may wait for the adapter's answer, on the radio's own thread.
-constexpr std::chrono::seconds kLongestQuestion{2};
-
-void SetItem(const ComPtr<winrt::IPublisher>& publisher, const ManufacturerItem& item) {
-  const auto factory = winrt::Factory<winrt::IManufacturerDataFactory>(winrt::kManufacturerData);
+ComPtr<winrt::IPublisher> PublisherOf(const ManufacturerItem& item) {
   const auto bytes = winrt::Make<winrt::ByteBuffer>(item.data);
   ComPtr<winrt::IManufacturerData> data;
-  Check(factory->Create(item.company, bytes.Get(), data.Out()), "BluetoothLEManufacturerData");
-  ComPtr<winrt::IAdvertisement> advertisement;
-  Check(publisher->get_Advertisement(advertisement.Out()),
-        "BluetoothLEAdvertisementPublisher.Advertisement");
+  Check(winrt::Factory<winrt::IManufacturerDataFactory>(winrt::kManufacturerData)
+            ->Create(item.company, bytes.Get(), data.Out()),
+        "BluetoothLEManufacturerData");
+  const auto advertisement = winrt::Activate<winrt::IAdvertisement>(winrt::kAdvertisement);
   ComPtr<winrt::IVector<winrt::IManufacturerData>> items;
   Check(advertisement->get_ManufacturerData(items.Out()),
         "BluetoothLEAdvertisement.ManufacturerData");
   Check(items->Append(data.Get()), "BluetoothLEAdvertisement.ManufacturerData.Append");
+  ComPtr<winrt::IPublisher> publisher;
+  Check(winrt::Factory<winrt::IPublisherFactory>(winrt::kPublisher)
+            ->Create(advertisement.Get(), publisher.Out()),
+        "BluetoothLEAdvertisementPublisher");
+  return publisher;
 }
 
 void UseExtendedAdvertisement(const ComPtr<winrt::IPublisher>& publisher) {
@@ -70,6 +71,10 @@ void SystemPublisher::Stop() {
 
 void SystemPublisher::TakeDown() {
   forms_.clear();
+  Drop();
+}
+
+void SystemPublisher::Drop() {
   const auto object = std::exchange(object_, {});
   if (!object) return;
   try {
@@ -85,7 +90,7 @@ void SystemPublisher::TakeDown() {
 std::vector<SystemPublisher::Form> SystemPublisher::FormsFor(const ManufacturerItem& item) {
   const std::size_t length = kItemHeaderLength + item.data.size();
   std::vector<Form> forms;
-  if (length + kFlagsLength > kLegacyLength && adapter_.Ask(kLongestQuestion).can_extend) {
+  if (length + kFlagsLength > kLegacyLength && adapter_.CanExtend()) {
     forms.push_back(Form::kExtended);
   }
   if (length <= kLegacyLength) forms.push_back(Form::kLegacy);
@@ -103,15 +108,14 @@ void SystemPublisher::StartNextForm(BleError error) {
     } catch (const SystemError& failure) {
       callables_.LogFailure(failure);
       error = ErrorOf(failure);
-      object_ = {};
+      Drop();
     }
   }
   callables_.ReportStatus(BlePublisherStatus::kStopped, error);
 }
 
 void SystemPublisher::StartObject(Form form) {
-  const auto object = winrt::Activate<winrt::IPublisher>(winrt::kPublisher);
-  SetItem(object, item_);
+  const auto object = PublisherOf(item_);
   if (form == Form::kExtended) UseExtendedAdvertisement(object);
   const auto handler = MakeHandler<winrt::PublisherStatusChanged>(
       callables_, tasks_,
@@ -124,14 +128,11 @@ void SystemPublisher::StartObject(Form form) {
       });
   Check(object->add_StatusChanged(handler.Get(), &token_),
         "BluetoothLEAdvertisementPublisher.StatusChanged");
-  object_ = object;
+  object_ = object;  // From here on a failure has something to take down.
   callables_.Log(LogLevel::kInformation, form == Form::kExtended
                                              ? "publisher starts, with extended advertising"
                                              : "publisher starts");
-  const HRESULT result = object->Start();
-  if (SUCCEEDED(result)) return;
-  object->remove_StatusChanged(token_);
-  throw SystemError(result, "BluetoothLEAdvertisementPublisher.Start");
+  Check(object->Start(), "BluetoothLEAdvertisementPublisher.Start");
 }
 
 void SystemPublisher::OnStatus(std::uint64_t object, PublisherStatus status, BluetoothError error) {
@@ -142,14 +143,11 @@ void SystemPublisher::OnStatus(std::uint64_t object, PublisherStatus status, Blu
     case PublisherStatus::kStarted:
       forms_.clear();
       break;
-    case PublisherStatus::kAborted: {
+    case PublisherStatus::kAborted:
       // That the system gives no reason must not look like the end that a stop asks for.
       if (error == BluetoothError::kSuccess) error = BluetoothError::kOtherError;
-      const auto others = std::exchange(forms_, {});
-      TakeDown();
-      forms_ = others;
+      Drop();
       return StartNextForm(ErrorOf(error));
-    }
     case PublisherStatus::kStopped:
       TakeDown();
       break;

@@ -43,6 +43,7 @@ class SystemPublisher {
   [[nodiscard]] std::vector<Form> FormsFor(const ManufacturerItem& item);
   void StartNextForm(BleError error);
   void StartObject(Form form);
+  void Drop();
   void OnStatus(std::uint64_t object, winrt::PublisherStatus status, winrt::BluetoothError error);
 
   Callables& callables_;

@@ -9,9 +9,6 @@ using winrt::BluetoothError;
 using winrt::Check;
 using winrt::SystemError;
 
-/// How long a start may wait for the adapter's answer, on the radio's own thread.
-constexpr std::chrono::seconds kLongestQuestion{2};
-
 }  // namespace
 
 void SystemWatcher::Start(int scan_mode) {
@@ -58,7 +55,7 @@ void SystemWatcher::StartObject(int scan_mode) {
                                                 : winrt::ScanningMode::kActive),
         "BluetoothLEAdvertisementWatcher.ScanningMode");
   const auto newer = object.As<winrt::IWatcher2>();
-  if (newer && adapter_.Ask(kLongestQuestion).can_extend) {
+  if (newer && adapter_.CanExtend()) {
     Check(newer->put_AllowExtendedAdvertisements(TRUE),
           "BluetoothLEAdvertisementWatcher.AllowExtendedAdvertisements");
   }

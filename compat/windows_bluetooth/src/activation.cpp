@@ -10,6 +10,7 @@ DllGetActivationFactory(HSTRING name, simulated_bluetooth::IClassActivation** fa
     std::wstring_view name;
     ComPtr<IClassActivation> (*make)();
   } kClasses[]{
+      {winrt::kAdvertisement, AdvertisementFactory},
       {winrt::kBluetoothAdapter, AdapterFactory},
       {winrt::kManufacturerData, ManufacturerDataFactory},
       {winrt::kPublisher, PublisherFactory},

@@ -23,6 +23,7 @@ struct IClassActivation : winrt::Inspectable {
 };
 
 ComPtr<IClassActivation> AdapterFactory();
+ComPtr<IClassActivation> AdvertisementFactory();
 ComPtr<IClassActivation> ManufacturerDataFactory();
 ComPtr<IClassActivation> PublisherFactory();
 ComPtr<IClassActivation> WatcherFactory();

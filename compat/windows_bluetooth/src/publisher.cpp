@@ -57,9 +57,10 @@ class StatusChangedArgs final : public Object<winrt::IPublisherStatusChangedEven
 
 class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
  public:
-  HRESULT STDMETHODCALLTYPE get_Advertisement(winrt::IAdvertisement** value) override {
-    return Give(advertisement_, value);
+  explicit Publisher(winrt::IAdvertisement* advertisement) {
+    advertisement->get_ManufacturerData(items_.Out());
   }
+
   HRESULT STDMETHODCALLTYPE put_UseExtendedAdvertisement(boolean value) override {
     extended_ = value != 0;
     return S_OK;
@@ -94,7 +95,11 @@ class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
  private:
   void ReadItems() {
     packet_ = {};
-    for (const auto& item : advertisement_->manufacturer_data->items) {
+    UINT32 count = 0;
+    items_->get_Size(&count);
+    for (UINT32 i = 0; i < count; ++i) {
+      ComPtr<winrt::IManufacturerData> item;
+      items_->GetAt(i, item.Out());
       UINT16 company = 0;
       ComPtr<winrt::IBuffer> buffer;
       item->get_CompanyId(&company);
@@ -160,7 +165,7 @@ class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
     status_changed_.Raise(Make<StatusChangedArgs>(status, error));
   }
 
-  const ComPtr<Advertisement> advertisement_ = Make<Advertisement>();
+  ComPtr<winrt::IVector<winrt::IManufacturerData>> items_;
   Handlers<winrt::PublisherStatusChanged> status_changed_;
   Packet packet_;
   Packet* place_ = nullptr;
@@ -168,14 +173,27 @@ class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
   std::atomic<bool> stopping_ = false;
 };
 
+class Factory final : public Object<IClassActivation, winrt::IPublisherFactory> {
+ public:
+  HRESULT STDMETHODCALLTYPE ActivateInstance(IInspectable**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Create(winrt::IAdvertisement* advertisement,
+                                   winrt::IPublisher** publisher) override {
+    return Give(Make<Publisher>(advertisement), publisher);
+  }
+};
+
 }  // namespace
+
+ComPtr<IClassActivation> AdvertisementFactory() {
+  return Make<PlainFactory<Advertisement>>().As<IClassActivation>();
+}
 
 ComPtr<IClassActivation> ManufacturerDataFactory() {
   return Make<DataFactory>().As<IClassActivation>();
 }
 
 ComPtr<IClassActivation> PublisherFactory() {
-  return Make<PlainFactory<Publisher>>().As<IClassActivation>();
+  return Make<Factory>().As<IClassActivation>();
 }
 
 }  // namespace simulated_bluetooth

@@ -1,19 +1,18 @@
 #include "simulated_bluetooth/simulated_bluetooth.h"
 
+#include <atomic>
 #include <new>
+#include <utility>
 
 namespace simulated_bluetooth {
 namespace {
 
+/// Zeroed by the system before anybody uses it.
 struct Shared {
+  std::atomic<bool> locked;
   bool is_made;
   State state;
 };
-
-HANDLE Mutex() {
-  static const HANDLE mutex = CreateMutexA(nullptr, FALSE, "qvs_simulated_bluetooth_mutex");
-  return mutex;
-}
 
 /// Lasts as long as a process that has used it.
 Shared& Memory() {
@@ -28,6 +27,7 @@ Shared& Memory() {
 constexpr wchar_t kRegistryKey[] = L"Software\\Microsoft\\WindowsRuntime\\ActivatableClassId\\";
 constexpr const wchar_t* kClasses[]{
     L"Windows.Devices.Bluetooth.BluetoothAdapter",
+    L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisement",
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisementPublisher",
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisementWatcher",
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEManufacturerData",
@@ -49,15 +49,14 @@ void Register(const std::filesystem::path& library) {
 }
 
 Locked::Locked() {
-  WaitForSingleObject(Mutex(), INFINITE);
   Shared& shared = Memory();
-  if (!shared.is_made) new (&shared.state) State;
-  shared.is_made = true;
+  while (shared.locked.exchange(true)) SwitchToThread();
+  if (!std::exchange(shared.is_made, true)) new (&shared.state) State;
   state_ = &shared.state;
 }
 
 Locked::~Locked() {
-  ReleaseMutex(Mutex());
+  Memory().locked = false;
 }
 
 }  // namespace simulated_bluetooth
