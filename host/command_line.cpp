@@ -182,6 +182,11 @@ class Parser {
   void AddOutput(CLI::App& app) {
     AddNumber(app, "--retry", options_.retry, {1, 1000},
               "Check an unavailable adapter again, that often,\nevery 3 s (30 s from 10 on)");
+    app.add_option("--radio", options_.radio,
+                   "virtual: heard on this machine only; system: the\n"
+                   "system's own Bluetooth")
+        ->type_name("KIND")
+        ->check(CLI::IsMember({"virtual", "system"}).description(""));
     AddFlag(app, "--json", options_.json, "Print one JSON object a line");
   }
 

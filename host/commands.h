@@ -15,9 +15,10 @@ struct Options {
   bool on_request = false;  ///< Reports are asked for.
   bool discoverable = false;
   bool json = false;
-  int retry = 0;     ///< How many checks an adapter that is unavailable gets.
-  int seconds = 0;   ///< How long to run; 0: until Ctrl-C.
-  std::string file;  ///< UTF-8. What to play, or where the demo's scenario goes; may be empty.
+  std::string radio;  ///< "virtual" or "system"; empty: the library's own choice.
+  int retry = 0;      ///< How many checks an adapter that is unavailable gets.
+  int seconds = 0;    ///< How long to run; 0: until Ctrl-C.
+  std::string file;   ///< UTF-8. What to play, or where the demo's scenario goes; may be empty.
   int log_level = 0;
   std::string log_file;  ///< UTF-8; empty: none.
 };

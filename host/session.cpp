@@ -37,12 +37,19 @@ bool Session::Start(const std::function<ble::Result()>& call) {
 }
 
 HostError Session::Failure(ble::Result result) const {
-  const bool could_wait = result == ble::Result::kAdapterUnavailable && options_.retry == 0;
-  return HostError(ble::Explain(result) + (could_wait ? ": --retry N" : ""));
+  const bool waits_in_vain = result == ble::Result::kAdapterUnavailable;
+  const bool lacks_adapter = waits_in_vain || result == ble::Result::kAdapterError;
+  std::string text = ble::Explain(result);
+  if (waits_in_vain && options_.retry == 0) text += ": --retry N";
+  if (lacks_adapter && RadioInUse() == RadioKind::kSystem) {
+    text += "; --radio virtual needs no Bluetooth";
+  }
+  return HostError(text);
 }
 
 ble::Result Session::Try(const std::function<ble::Result()>& call) {
   ble::Result result = call();
+  if (result == ble::Result::kSuccess) TellRadio();
   if (result != ble::Result::kNotInitialised) return result;
   // The service was made all the same; another attempt tells why it is not up.
   result = client_.Init(options_.retry);
@@ -54,7 +61,20 @@ ble::Result Session::Try(const std::function<ble::Result()>& call) {
     Wait(milliseconds::zero(), 0, [this] { return retried_.has_value(); });
     if (retried_ && retried_->success) result = ble::Result::kSuccess;
   }
-  return result == ble::Result::kSuccess ? call() : result;
+  if (result == ble::Result::kSuccess) {
+    TellRadio();
+    result = call();
+  }
+  return result;
+}
+
+void Session::TellRadio() {
+  const auto radio = RadioInUse();
+  if (!radio) return;
+  const bool is_virtual = radio == RadioKind::kVirtual;
+  Tell({{"event", "radio"}, {"radio", is_virtual ? "virtual" : "system"}},
+       is_virtual ? "radio: virtual, heard on this machine only"
+                  : "radio: the system's own Bluetooth");
 }
 
 void Session::Run(const std::function<bool()>& done) {

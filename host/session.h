@@ -16,6 +16,7 @@
 
 #include "host/commands.h"
 #include "host/output.h"
+#include "host/radio.h"
 #include "host/scoped_log_sink.h"
 #include "host/terminal.h"
 
@@ -69,7 +70,10 @@ class Session {
   void Wait(std::chrono::milliseconds limit, int most_interrupts,
             const std::function<bool()>& done);
 
+  void TellRadio();
+
   const Options& options_;
+  const RadioChoice radio_{options_.radio};
   const std::unique_ptr<ScopedLogSink> log_{
       options_.log_level > 0 ? std::make_unique<ScopedLogSink>(base::log::MakeStderrSink())
                              : nullptr};

@@ -7,20 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/plenar_ble_api/ble_api.h"
+#include "tests/plenar_ble_api/radio_under_test.h"
 
 namespace {
 
 using plenar_ble_control::RadioKind;
-
-/// A radio, and how devices come near that it hears all the time.
-struct RadioUnderTest {
-  const char* name;
-  RadioKind kind;
-  void (*surround)(const BleApi& api);
-
-  friend void PrintTo(const RadioUnderTest& radio, std::ostream* out) { *out << radio.name; }
-};
 
 class Conformance : public testing::TestWithParam<RadioUnderTest> {
  protected:
@@ -173,13 +164,18 @@ TEST_P(Conformance, IsLoadedWhileItIsUpAndUnloadedAfterwards) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Radio, Conformance,
-                         testing::Values(RadioUnderTest{"Virtual", RadioKind::kVirtual,
-                                                        [](const BleApi& api) {
-                                                          api.control.SetAir(
-                                                              plenar_ble_control::Air::kInProcess);
-                                                          api.control.PutOnAir({}, 1);
-                                                        }}),
+void PutOnVirtualAir(const BleApi& api) {
+  api.control.SetAir(plenar_ble_control::Air::kInProcess);
+  api.control.PutOnAir({}, 1);
+}
+
+std::vector<RadioUnderTest> Radios() {
+  std::vector<RadioUnderTest> radios{{"Virtual", RadioKind::kVirtual, PutOnVirtualAir}};
+  if (const auto system = SystemRadioUnderTest()) radios.push_back(*system);
+  return radios;
+}
+
+INSTANTIATE_TEST_SUITE_P(Radio, Conformance, testing::ValuesIn(Radios()),
                          [](const auto& radio) { return radio.param.name; });
 
 }  // namespace

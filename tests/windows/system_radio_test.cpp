@@ -5,10 +5,9 @@
 #include <roapi.h>
 #include <tlhelp32.h>
 
-#include <filesystem>
 #include <functional>
 #include <string>
-#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -21,12 +20,6 @@ using simulated_bluetooth::Locked;
 using simulated_bluetooth::Packet;
 using simulated_bluetooth::State;
 using Set = std::function<void(State&)>;
-
-std::filesystem::path Beside(const char* file) {
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  return std::filesystem::path(path).parent_path() / file;
-}
 
 std::string Number(auto value) {
   return std::to_string(static_cast<int>(value));
@@ -62,11 +55,11 @@ class SimulatedBluetoothTest : public testing::Test {
   SimulatedBluetoothTest() {
     // A host's thread that is in an apartment of its own is none of the radio's business.
     RoInitialize(RO_INIT_SINGLETHREADED);
-    simulated_bluetooth::Register(Beside("simulated_bluetooth.dll"));
+    simulated_bluetooth::Install();
     Make([](State&) {});
   }
   ~SimulatedBluetoothTest() override {
-    simulated_bluetooth::Register({});
+    simulated_bluetooth::Install();
     RoUninitialize();
   }
 
@@ -110,7 +103,7 @@ TEST_F(SystemRadioTest, ABleCheckTellsWhatMayPassFromWhatWillNotAndTakesAFractio
       {[](State& state) { state.access = false; }, 202},
       {[](State& state) { state.low_energy = false; }, 203},
       {[](State& state) { state.peripheral_role = false; }, 204},
-      {[](State&) { simulated_bluetooth::Register({}); }, 201},
+      {[](State&) { simulated_bluetooth::Uninstall(); }, 201},
   };
   for (const auto& [set, expected] : cases) {
     Make(set);
@@ -156,7 +149,7 @@ TEST_F(SystemRadioTest, AStartReportsWhatTheSystemSaysAndGoesOnAirWhereItFits) {
       {[](State& state) { state.abort_error = 2; }, 0, 0, 102},
       {[](State& state) { state.radio_on = false; }, 0, 0, 101},
       {[](State& state) { state.access = false; }, 0, 0, 107},
-      {[](State&) { simulated_bluetooth::Register({}); }, 0, 0, 106},
+      {[](State&) { simulated_bluetooth::Uninstall(); }, 0, 0, 106},
   };
   for (const auto& tried : cases) {
     Make(tried.set);
@@ -253,8 +246,10 @@ TEST_F(SystemRadioTest, AStartWhileOneRunsTakesTheNewDataAndAnEndReportsItStoppe
   EXPECT_EQ(Advertise("second"), 0);
   EXPECT_TRUE(journal.WaitFor("status 2/0"));
   Sleep(50);
-  EXPECT_EQ([state = Locked()] { return state->air[0].length + state->air[1].length; }(), 4 + 6u)
-      << "both are on air";
+  {
+    const Locked state;
+    EXPECT_EQ(state->air[0].length + state->air[1].length, 4 + 6u) << "both are on air";
+  }
   BleUnInit();
   EXPECT_EQ(journal.Take(), "status 1/0; status 2/0; status 4/0; ");
 }

@@ -82,6 +82,10 @@ ComPtr<T> Make(Args&&... args) {
   return object;
 }
 
+/// How many objects of ours there are. The system may keep some, and call them later: their code
+/// must be there.
+inline std::atomic<int> objects_alive = 0;
+
 /// Implements interfaces, for callers in any apartment.
 template <class First, class... Others>
 class Object : public First, public Others... {
@@ -119,6 +123,14 @@ class Object : public First, public Others... {
     return false;
   }
 
+  struct Count {
+    Count() { ++objects_alive; }
+    Count(const Count&) = delete;
+    Count& operator=(const Count&) = delete;
+    ~Count() { --objects_alive; }
+  };
+
+  Count count_;  // Ends last.
   std::atomic<ULONG> references_{1};
 };
 
@@ -157,10 +169,6 @@ ComPtr<T> Activate(std::wstring_view class_name) {
   return wanted;
 }
 
-/// How many event handlers the system may still call: ours do nothing then, but their code must be
-/// there.
-inline std::atomic<int> handlers_alive = 0;
-
 /// Passes an event of the system's on, on the thread on which it comes. What `function` throws goes
 /// no further than into the number that the system gets.
 template <class Event>
@@ -184,14 +192,6 @@ class Handler final : public Object<TypedEventHandler<Event>> {
   }
 
  private:
-  struct Count {
-    Count() { ++handlers_alive; }
-    Count(const Count&) = delete;
-    Count& operator=(const Count&) = delete;
-    ~Count() { --handlers_alive; }
-  };
-
-  Count count_;  // Ends last.
   Function function_;
 };
 

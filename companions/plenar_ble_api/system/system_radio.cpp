@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 /// How long `BleCheckState` waits for the adapter's answer.
 constexpr auto kLongestCheck = 200ms;
 
-/// How long the end of the radio waits for handlers that the system still holds.
+/// How long the end of the radio waits for objects of ours that the system still holds.
 constexpr auto kLongestFarewell = 1s;
 constexpr auto kFarewellInterval = 5ms;
 
@@ -201,14 +201,15 @@ void WindowsRadio::TakeDown(bool report_stopped) {
   callables_.stopped.Set({});
 }
 
-/// Also lets the library go, unless the system still holds handlers: their code must stay then.
+/// Also lets the library go, unless the system still holds objects of ours: their code must stay
+/// then.
 void WindowsRadio::JoinThreads() {
   for (std::thread& thread : std::exchange(threads_, {})) thread.join();
   const auto end = std::chrono::steady_clock::now() + kLongestFarewell;
-  while (winrt::handlers_alive > 0 && std::chrono::steady_clock::now() < end) {
+  while (winrt::objects_alive > 0 && std::chrono::steady_clock::now() < end) {
     std::this_thread::sleep_for(kFarewellInterval);  // Also for the last steps of the last one.
   }
-  if (winrt::handlers_alive == 0) library_.reset();
+  if (winrt::objects_alive == 0) library_.reset();
 }
 
 std::shared_ptr<Session> WindowsRadio::Current() {

@@ -10,9 +10,10 @@ namespace {
 
 using plenar_ble_control::RadioKind;
 
-/// The virtual radio, unless somebody chose.
+/// The system's radio, where there is one, unless somebody chose.
 std::atomic<Radio*>& Active() {
-  static std::atomic<Radio*> active = &VirtualRadio::Instance();
+  static std::atomic<Radio*> active =
+      SystemRadio() != nullptr ? SystemRadio() : &VirtualRadio::Instance();
   return active;
 }
 

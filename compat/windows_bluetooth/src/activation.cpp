@@ -25,3 +25,13 @@ DllGetActivationFactory(HSTRING name, simulated_bluetooth::IClassActivation** fa
 } catch (...) {
   return E_OUTOFMEMORY;
 }
+
+extern "C" HRESULT STDMETHODCALLTYPE DllRegisterServer() {
+  simulated_bluetooth::Install();
+  return S_OK;
+}
+
+extern "C" HRESULT STDMETHODCALLTYPE DllUnregisterServer() {
+  simulated_bluetooth::Uninstall();
+  return S_OK;
+}

@@ -1,7 +1,9 @@
 #include "simulated_bluetooth/simulated_bluetooth.h"
 
 #include <atomic>
+#include <filesystem>
 #include <new>
+#include <string>
 #include <utility>
 
 namespace simulated_bluetooth {
@@ -24,7 +26,6 @@ Shared& Memory() {
   return *static_cast<Shared*>(view);
 }
 
-constexpr wchar_t kRegistryKey[] = L"Software\\Microsoft\\WindowsRuntime\\ActivatableClassId\\";
 constexpr const wchar_t* kClasses[]{
     L"Windows.Devices.Bluetooth.BluetoothAdapter",
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisement",
@@ -33,18 +34,30 @@ constexpr const wchar_t* kClasses[]{
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEManufacturerData",
 };
 
+std::wstring KeyOf(const wchar_t* name) {
+  return std::wstring(L"Software\\Microsoft\\WindowsRuntime\\ActivatableClassId\\") + name;
+}
+
 }  // namespace
 
-void Register(const std::filesystem::path& library) {
-  const std::wstring& file = library.native();
+void Install() {
+  HMODULE here = nullptr;
+  wchar_t path[MAX_PATH] = {};
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                         GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<const wchar_t*>(&Install), &here);
+  GetModuleFileNameW(here, path, MAX_PATH);
+  const std::wstring file =
+      std::filesystem::path(path).replace_filename("simulated_bluetooth.dll");
   for (const wchar_t* const name : kClasses) {
-    const std::wstring key = std::wstring(kRegistryKey) + name;
-    if (file.empty()) {
-      RegDeleteKeyW(HKEY_LOCAL_MACHINE, key.c_str());
-    } else {
-      RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"DllPath", REG_SZ, file.c_str(),
-                      static_cast<DWORD>((file.size() + 1) * sizeof(wchar_t)));
-    }
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, KeyOf(name).c_str(), L"DllPath", REG_SZ, file.c_str(),
+                    static_cast<DWORD>((file.size() + 1) * sizeof(wchar_t)));
+  }
+}
+
+void Uninstall() {
+  for (const wchar_t* const name : kClasses) {
+    RegDeleteKeyW(HKEY_LOCAL_MACHINE, KeyOf(name).c_str());
   }
 }
 

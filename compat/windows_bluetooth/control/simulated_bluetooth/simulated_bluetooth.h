@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
 
 /// A double of Windows' Bluetooth classes for machines without Bluetooth: a library that the
 /// system's own activation finds through the registry. Every process has the adapter that is set
@@ -38,8 +37,10 @@ struct State {
   std::array<Packet, 32> air{};
 };
 
-/// Puts the classes of a library into the registry, or, for an empty path, takes them out of it.
-void Register(const std::filesystem::path& library);
+/// Puts the classes into the registry, of the library that stands beside the calling program, or
+/// takes them out of it. `regsvr32` does the same.
+void Install();
+void Uninstall();
 
 /// The state, for as long as this lives: nobody else reads or changes it meanwhile.
 class Locked {
