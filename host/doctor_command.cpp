@@ -12,6 +12,7 @@
 #include "host/commands.h"
 #include "host/describe.h"
 #include "host/output.h"
+#include "host/radio.h"
 #include "host/scoped_log_sink.h"
 #include "host/session.h"
 #include "host/terminal.h"
@@ -89,7 +90,7 @@ void TryToAdvertise(Session& session, Findings& findings) {
       findings.Line(now.status == Status::kStarted, "an advertisement is sent",
                     "no advertisement is sent: " +
                         (result == ble::Result::kSuccess ? Describe(now) : ble::Explain(result)));
-  if (!sends) return;
+  if (!sends || RadioInUse() == RadioKind::kSystem) return;  // A PC does not hear itself.
   const std::string heard = OutputOfThisProgram("scan --json --for 2 --uuid " + uuid);
   findings.Line(
       heard.find("\"doctor\"") != std::string::npos, "and another program hears it",
@@ -108,6 +109,7 @@ void LookAtRadio(Session& session, Findings& findings) {
     PrintLine(state == Result::kNotDiscoverable ? "note   " + otherwise
                                                 : "ok     the radio is discoverable");
   }
+  if (const auto radio = RadioInUse()) findings.Line(true, std::string(NameOf(*radio)), "");
   TryToAdvertise(session, findings);
 }
 

@@ -35,4 +35,9 @@ std::optional<RadioKind> RadioInUse() {
   return control == nullptr ? RadioKind::kSystem : control->SelectedRadio();
 }
 
+std::string_view NameOf(RadioKind kind) {
+  return kind == RadioKind::kVirtual ? "radio: virtual, heard on this machine only"
+                                     : "radio: the system's own Bluetooth";
+}
+
 }  // namespace qvs_host

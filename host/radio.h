@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <plenar_ble_control/virtual_radio.h>
 #include <qvs_windows_ble/client.h>
@@ -23,5 +24,8 @@ class RadioChoice {
 
 /// The radio that the module uses. None while it has not loaded the library.
 [[nodiscard]] std::optional<RadioKind> RadioInUse();
+
+/// In words, for people.
+[[nodiscard]] std::string_view NameOf(RadioKind kind);
 
 }  // namespace qvs_host

@@ -71,10 +71,8 @@ ble::Result Session::Try(const std::function<ble::Result()>& call) {
 void Session::TellRadio() {
   const auto radio = RadioInUse();
   if (!radio) return;
-  const bool is_virtual = radio == RadioKind::kVirtual;
-  Tell({{"event", "radio"}, {"radio", is_virtual ? "virtual" : "system"}},
-       is_virtual ? "radio: virtual, heard on this machine only"
-                  : "radio: the system's own Bluetooth");
+  Tell({{"event", "radio"}, {"radio", radio == RadioKind::kVirtual ? "virtual" : "system"}},
+       std::string(NameOf(*radio)));
 }
 
 void Session::Run(const std::function<bool()>& done) {

@@ -43,12 +43,11 @@ std::wstring KeyOf(const wchar_t* name) {
 void Install() {
   HMODULE here = nullptr;
   wchar_t path[MAX_PATH] = {};
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                         GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<const wchar_t*>(&Install), &here);
+  GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<const wchar_t*>(&Install), &here);
   GetModuleFileNameW(here, path, MAX_PATH);
-  const std::wstring file =
-      std::filesystem::path(path).replace_filename("simulated_bluetooth.dll");
+  const std::wstring file = std::filesystem::path(path).replace_filename("simulated_bluetooth.dll");
   for (const wchar_t* const name : kClasses) {
     RegSetKeyValueW(HKEY_LOCAL_MACHINE, KeyOf(name).c_str(), L"DllPath", REG_SZ, file.c_str(),
                     static_cast<DWORD>((file.size() + 1) * sizeof(wchar_t)));
