@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "host/host_error.h"
+#include "host/output.h"
 
 namespace qvs_host {
 namespace {
