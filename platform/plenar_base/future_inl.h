@@ -51,17 +51,17 @@ T FutureClient<T>::Value() const {
 }
 
 /// What others do is called without the lock: an executor may run the task before it returns, and
-/// a continuation may ask this future for something.
+/// a continuation may ask this future for something, or drop its last owner.
 template <class T>
 void FutureClient<T>::CallThenFuncIfAvailable(std::unique_lock<std::mutex> lock,
                                               Location location) {
   if (state_ != FutureState::kValueSet || !continuation_ || claimed_) return;
   claimed_ = true;
+  const auto keep_alive = weak_from_this().lock();
   if (executor_) {
     lock.unlock();
     Post(location);
   } else {
-    const auto keep_alive = weak_from_this().lock();  // the continuation may drop the last owner
     const Continuation continuation = std::exchange(continuation_, nullptr);
     lock.unlock();
     Run(continuation);

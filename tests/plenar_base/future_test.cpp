@@ -50,6 +50,7 @@ struct FailingOnce final : FutureExecutor {
   TaskId PostTask(std::function<void()> task, base::Location) override {
     if (std::exchange(fails, false)) throw 1;
     task();
+    outlived = !future.expired();
     return 1;
   }
   TaskId PostDelayedTask(std::uint64_t, std::function<void()>, base::Location) override {
@@ -57,6 +58,8 @@ struct FailingOnce final : FutureExecutor {
   }
   void CancelTask(TaskId) override {}
   bool fails = true;
+  std::weak_ptr<TextFuture> future;
+  bool outlived = false;
 };
 
 TEST(FutureTest, AContinuationThatCouldNotBePostedIsPostedByTheNextThen) {
@@ -70,6 +73,16 @@ TEST(FutureTest, AContinuationThatCouldNotBePostedIsPostedByTheNextThen) {
   EXPECT_EQ(future->Value() + seen, "value");
   for (int i = 0; i < 2; ++i) then();
   EXPECT_EQ(seen, "value");
+}
+
+TEST(FutureTest, AContinuationRunInsideThePostMayDropTheLastOwner) {
+  auto future = std::make_shared<TextFuture>();
+  const auto executor = std::make_shared<FailingOnce>();
+  executor->fails = false;
+  executor->future = future;
+  future->SetValue("value", 0, kHere);
+  future->Then([&](const std::string&) { future.reset(); }, executor, kHere);
+  EXPECT_TRUE(executor->outlived);
 }
 
 TEST(FutureTest, ARaceOfValueAndContinuationRunsItOnce) {
