@@ -280,7 +280,8 @@ class Client final : private quorvel_service::IServiceListener {
                 {{"need_check_discoverable", Variant(need_discoverable)}});
   }
 
-  /// Advertises a UUID and up to 12 bytes; `on_status` tells how that goes.
+  /// Advertises a UUID and up to 12 bytes; `on_status` tells how that goes. Ignored while the
+  /// publisher starts or stops; a status counts once its callback has returned.
   Result StartBroadcast(const std::string& uuid, const std::string& data) {
     return Call(
         ids::method::kStartBroadcast,
