@@ -1,6 +1,8 @@
 #include "services/implement/windows_ble/src/windows/scan_cache.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -8,6 +10,21 @@ namespace quorvel_service {
 namespace {
 
 constexpr std::uint64_t kFreshSeconds = 20;
+
+/// An item beside the beginning of its address, so that few comparisons look behind the pointer.
+struct Entry {
+  explicit Entry(const ScanCacheItem& of) : item(&of) {
+    of.device_id.copy(beginning.data(), beginning.size());
+  }
+
+  bool operator<(const Entry& other) const noexcept {
+    const int order = std::memcmp(beginning.data(), other.beginning.data(), beginning.size());
+    return order != 0 ? order < 0 : item->device_id < other.item->device_id;
+  }
+
+  std::array<char, 24> beginning{};  // a whole address; what is missing counts as NUL
+  const ScanCacheItem* item;
+};
 
 }  // namespace
 
@@ -46,11 +63,11 @@ void ScanCache::Clear() noexcept {
 }
 
 std::vector<const ScanCacheItem*> ScanCache::InOrder() const {
+  std::vector<Entry> entries(items_.begin(), items_.end());
+  std::sort(entries.begin(), entries.end());
   std::vector<const ScanCacheItem*> ordered;
-  ordered.reserve(items_.size());
-  for (const ScanCacheItem& item : items_) ordered.push_back(&item);
-  std::ranges::sort(
-      ordered, {}, [](const ScanCacheItem* item) -> const std::string& { return item->device_id; });
+  ordered.reserve(entries.size());
+  for (const Entry& entry : entries) ordered.push_back(entry.item);
   return ordered;
 }
 
