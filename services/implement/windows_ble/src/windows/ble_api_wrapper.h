@@ -95,6 +95,7 @@ class BleWrapper {
   void OnBroadcastWatherStopped();
   void StartBroadcastCBTimer(std::uint64_t interval);
   void StopBroadcastCBTimer();
+  void MakeStoppedCheckTimer();
   void StartStoppedCheckTimer(std::uint64_t delay);
 
   // Scan results.

@@ -44,6 +44,7 @@ std::int32_t BleWrapper::BleStartWatchBroadcast(bool start, const std::string& u
   watch_filter_.Watch(watch_uuid_);
   if (!start) {
     if (watcher_status_ == kWatcherStarted) {
+      MakeStoppedCheckTimer();  // first: without it nothing would end the stopping
       watcher_status_ = kWatcherStopping;
       BleApi().Call<&BleApiTable::BleClientStopWatchBroadcast>();
       StartStoppedCheckTimer(kStoppedCheckDelayMs);
@@ -111,19 +112,22 @@ void BleWrapper::OnBroadcastWatherStopped() {
   }
 }
 
+void BleWrapper::MakeStoppedCheckTimer() {
+  if (stopped_check_timer_ != nullptr) return;
+  stopped_check_timer_ = base::threading::CreateTimer(
+      Guarded([this] {
+        QV_LOG(kInformation) << "need_to_watch_broadcast_:" << need_to_watch_broadcast_;
+        if (need_to_watch_broadcast_) {
+          OnBroadcastWatherStopped();
+        } else {
+          watcher_status_ = kWatcherStopped;
+        }
+      }),
+      base::Location(__FILE__, __LINE__));
+}
+
 void BleWrapper::StartStoppedCheckTimer(std::uint64_t delay) {
-  if (stopped_check_timer_ == nullptr) {
-    stopped_check_timer_ = base::threading::CreateTimer(
-        Guarded([this] {
-          QV_LOG(kInformation) << "need_to_watch_broadcast_:" << need_to_watch_broadcast_;
-          if (need_to_watch_broadcast_) {
-            OnBroadcastWatherStopped();
-          } else {
-            watcher_status_ = kWatcherStopped;
-          }
-        }),
-        base::Location(__FILE__, __LINE__));
-  }
+  MakeStoppedCheckTimer();
   if (!stopped_check_timer_->IsRunning()) stopped_check_timer_->Start(delay, false);
 }
 
