@@ -26,6 +26,9 @@ Shared& Memory() {
   return *static_cast<Shared*>(view);
 }
 
+/// Nobody holds the lock that long: a process was killed that had it.
+constexpr ULONGLONG kLongestHoldMs = 1000;
+
 constexpr const wchar_t* kClasses[]{
     L"Windows.Devices.Bluetooth.BluetoothAdapter",
     L"Windows.Devices.Bluetooth.Advertisement.BluetoothLEAdvertisement",
@@ -62,7 +65,10 @@ void Uninstall() {
 
 Locked::Locked() {
   Shared& shared = Memory();
-  while (shared.locked.exchange(true)) SwitchToThread();
+  const ULONGLONG start = GetTickCount64();
+  while (shared.locked.exchange(true) && GetTickCount64() - start < kLongestHoldMs) {
+    SwitchToThread();
+  }
   if (!std::exchange(shared.is_made, true)) new (&shared.state) State;
   state_ = &shared.state;
 }
