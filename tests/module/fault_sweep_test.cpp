@@ -121,6 +121,12 @@ class FaultSweepTest : public ServiceTest {
 TEST_F(FaultSweepTest, MemoryRunsOut) {
   pc_.SetCallObserver(nullptr);
   radio_->SetCallObserver(nullptr);
+  std::map<std::string, int> failures;  // which of them the log tells of, and how often
+  for (const char* function :
+       {"CallMethod", "Load", "CheckBleState", "ReportRetryInfo", "BleStartBroadcast",
+        "DoPublisherStatusChangedInfo", "DoScanCallback", "operator ()"}) {
+    failures[std::string("3 ") + function + ": operation failed: std::bad_alloc"] = 0;
+  }
   for (const auto& [name, chapter] : life_) {
     for (int warm_up = 0; warm_up < 2; ++warm_up) {
       chapter();
@@ -134,6 +140,9 @@ TEST_F(FaultSweepTest, MemoryRunsOut) {
       allocations_until_failure = number;
       chapter();
       failed = std::exchange(allocations_until_failure, 0) == 0;
+      for (const auto& line : Take(kLog)) {
+        if (failures.contains(line)) ++failures[line];
+      }
       ExpectNormalLife();
       // Of each load of the module its service factory stays.
       if (loads_ == loads) {
@@ -141,6 +150,7 @@ TEST_F(FaultSweepTest, MemoryRunsOut) {
       }
     }
   }
+  for (const auto& [line, count] : failures) EXPECT_GT(count, 0) << line;
 }
 
 TEST_F(FaultSweepTest, TheSystemFails) {

@@ -28,17 +28,6 @@ TEST_F(LoadingStory, NeedsWindows10) {
   UnInit();
 }
 
-// Of a path that is cut off, the loader would look in another folder than the gate.
-TEST_F(UnreadyTest, AProgramPathThatIsNotKnownWholeIsRefused) {
-  for (const auto& [length, line] :
-       {std::pair(259u, "6 CheckSignature: full path: "),
-        std::pair(260u, "3 CheckSignature: get program path failed, error: 122")}) {
-    pc_.SetExecutablePath("/" + std::string(length - 1, 'x'));
-    EXPECT_EQ(Init(0), 3);
-    EXPECT_THAT(Take(kLog), Contains(HasSubstr(line)));
-  }
-}
-
 TEST_F(LoadingStory, TheGateDecidesWhatIsLoaded) {
   const auto signed_by = [](const std::string& identity) {
     return QVS_TEST_SIGNATURES "/" + identity + "/plenar_ble_api.dll.p7s";
@@ -73,6 +62,7 @@ TEST_F(LoadingStory, TheGateDecidesWhatIsLoaded) {
   fs::remove_all(folder);
 }
 
+// Of a path that is cut off, the loader would look in another folder than the gate.
 TEST_F(LoadingStory, TheProgramsPathMustBeWhole) {
   for (const std::size_t length : {259u, 260u}) {
     Note(std::to_string(length) + " characters");

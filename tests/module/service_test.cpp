@@ -1,5 +1,6 @@
 // The module's two functions, the table of methods and the set of listeners.
 #include <limits>
+#include <thread>
 
 #include <plenar_base/thread_local.h>
 
@@ -24,6 +25,8 @@ TEST_F(ModuleStory, CreatesServicesOfOneName) {
   service_ = CreateService();
   Note("destroy");
   DestroyService(service_);
+  Note("unload");
+  UnloadModule();
 }
 
 TEST_F(ModuleTest, LeavesNothingBehind) {
@@ -80,6 +83,11 @@ TEST_F(ServiceStory, RefusesEveryOtherMethod) {
 TEST_F(ServiceStory, PassesTheLibrarysLogLinesOn) {
   radio_->ReportLog("radio.cpp", 42, "Beam", 4, "text from the library");
   kinds_ = kLibraryLog | kPlace;
+}
+
+TEST_F(ServiceTest, ACallOnAnotherThreadEndsADebugBuild) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEBUG_DEATH(std::thread([this] { CheckState(); }).join(), "IsOnMainLooper");
 }
 
 TEST_F(ServiceStory, CountsWhatTheLibraryThrowsAsARefusal) {
