@@ -82,12 +82,17 @@ void Scan(const Options& options) {
     show(list.Update(devices, Clock::now()));
   });
 
-  const bool started = session.Start([&] {
+  const auto start = [&] {
     return session.Client().StartWatch(
         options.uuid,
         {.mode = options.mode, .continuous = !options.on_request, .interval = interval});
-  });
-  if (!started) return;
+  };
+  if (!session.Start(start)) return;
+  // A scan ends when the radio goes, without an event of its own.
+  session.on_usable = [&] {
+    const ble::Result result = start();
+    if (result != ble::Result::kSuccess) throw session.Failure(result);
+  };
   session.Tell({{"event", "scan"}, {"uuid", options.uuid}, {"mode", options.mode}},
                (is_live ? "" : "looking for " + options.uuid + "; ") + "Ctrl-C ends");
   if (is_live) {

@@ -15,6 +15,7 @@ using std::chrono::seconds;
 Session::Session(const Options& options) : options_(options) {
   client_.on_state = Guarded([this](ble::Result state) {
     Tell({{"event", "state"}, {"state", state}}, "state: " + std::string(StateMeaning(state)));
+    if (state == ble::Result::kSuccess) on_usable();
   });
   client_.on_status = Guarded([this](const ble::PublisherStatus& status) {
     Tell({{"event", "status_info"}, {"status", status.status}, {"err", status.error}},

@@ -65,6 +65,7 @@ class Session {
 
   std::function<void(const std::string& words)> say = PrintLine;
   std::function<void(const ble::PublisherStatus&)> on_status = [](const auto&) {};
+  std::function<void()> on_usable = [] {};  ///< Bluetooth LE can be used again.
 
  private:
   void Wait(std::chrono::milliseconds limit, int most_interrupts,
