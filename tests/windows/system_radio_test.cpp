@@ -112,8 +112,9 @@ TEST_F(SystemRadioTest, ABleCheckTellsWhatMayPassFromWhatWillNotAndTakesAFractio
     EXPECT_LT(GetTickCount64() - start, 300u);
     if (expected == 6) Sleep(500);
   }
-  EXPECT_THAT(log.Take(), testing::AllOf(testing::HasSubstr("failed, error: 0x80070005"),
-                                         testing::HasSubstr("failed, error: 0x80040154")));
+  EXPECT_THAT(log.Take(),
+              testing::AllOf(testing::HasSubstr("GetDefaultAsync failed, error: 0x80070005"),
+                             testing::HasSubstr("failed, error: 0x80040154")));
 }
 
 TEST_F(SystemRadioTest, AStartReportsWhatTheSystemSaysAndGoesOnAirWhereItFits) {

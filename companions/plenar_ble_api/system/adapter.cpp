@@ -87,7 +87,7 @@ Adapter::Answer Adapter::Find() {
 
 /// Null when there is none. It is asked for anew each time: adapters come and go.
 ComPtr<winrt::IBluetoothAdapter> Adapter::Default() const {
-  constexpr char kCall[] = "BluetoothAdapter.GetDefaultAsync";
+  constexpr const char* kCall = "BluetoothAdapter.GetDefaultAsync";
   const auto statics = winrt::Factory<winrt::IBluetoothAdapterStatics>(winrt::kBluetoothAdapter);
   ComPtr<winrt::IAsyncOperation<winrt::IBluetoothAdapter>> operation;
   Check(statics->GetDefaultAsync(operation.Out()), kCall);

@@ -37,7 +37,7 @@ ComPtr<winrt::IPublisher> PublisherOf(const ManufacturerItem& item) {
 }
 
 void UseExtendedAdvertisement(const ComPtr<winrt::IPublisher>& publisher) {
-  constexpr char kCall[] = "BluetoothLEAdvertisementPublisher.UseExtendedAdvertisement";
+  constexpr const char* kCall = "BluetoothLEAdvertisementPublisher.UseExtendedAdvertisement";
   const auto newer = publisher.As<winrt::IPublisher2>();
   if (!newer) throw SystemError(E_NOINTERFACE, kCall);
   Check(newer->put_UseExtendedAdvertisement(TRUE), kCall);
