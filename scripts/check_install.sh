@@ -24,6 +24,7 @@ cmake -S examples/package -B "$prefix/consumer" -G Ninja ${toolchain:+"$toolchai
   cmake --build "$prefix/consumer" >"$prefix/output.txt" 2>&1 ||
   fail "the example does not build with the CMake package: $(tail -n 3 "$prefix/output.txt")"
 run "$prefix/consumer/minimal_host$exe"
+[ -n "$toolchain" ] || run "$prefix/consumer/poll_host"
 
 if [ -z "$toolchain" ]; then
   install_missing pkg-config
