@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <plenar_ble_control/virtual_radio.h>
+#include <qvs_windows_ble/client.h>
+
 #include "host/output.h"
 
 namespace qvs_host {
