@@ -18,7 +18,7 @@ writes this page. Times of other machines differ; ratios say more.
 $(cat "$table")
 
 Allocations are counted on the measuring thread, for one piece of work. What each peer does stands beside
-its code in [benchmarks/](../benchmarks/).
+its code in `benchmarks/`.
 
 ![Cost against size](performance.svg)
 EOF
