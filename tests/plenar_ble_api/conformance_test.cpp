@@ -36,18 +36,6 @@ class Conformance : public testing::TestWithParam<RadioUnderTest> {
   Journal journal;
 };
 
-void Start(const BleApi& api) {
-  EXPECT_EQ(api.Advertise("data"), 0);
-}
-void Stop(const BleApi& api) {
-  api.BleServerStopBroadcast();
-}
-void Watch(const BleApi& api) {
-  EXPECT_EQ(api.BleClientStartWatchBroadcast(), 0);
-}
-void Unwatch(const BleApi& api) {
-  api.BleClientStopWatchBroadcast();
-}
 void UnInit(const BleApi& api) {
   api.BleUnInit();
 }

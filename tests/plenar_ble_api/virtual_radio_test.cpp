@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/plenar_ble_api/ble_api.h"
+#include "tests/plenar_ble_api/radio_under_test.h"
 
 namespace {
 
@@ -52,18 +52,6 @@ struct Deed {
   void (*act)(const BleApi& api);
 };
 
-void Start(const BleApi& api) {
-  EXPECT_EQ(api.Advertise("x"), 0);
-}
-void Stop(const BleApi& api) {
-  api.BleServerStopBroadcast();
-}
-void Watch(const BleApi& api) {
-  EXPECT_EQ(api.BleClientStartWatchBroadcast(), 0);
-}
-void Unwatch(const BleApi& api) {
-  api.BleClientStopWatchBroadcast();
-}
 void PutA(const BleApi& api) {
   BleBroadcastInfo info;
   info.address = 'A';

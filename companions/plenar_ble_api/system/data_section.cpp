@@ -11,7 +11,8 @@ namespace {
 using ByteView = std::span<const std::uint8_t>;
 using Uuid = std::array<std::uint8_t, 16>;
 
-/// Numbers of the Bluetooth specification. Service UUIDs come in incomplete and complete lists.
+/// Data types, from the Assigned Numbers of the Bluetooth SIG. Service UUIDs come in incomplete and
+/// complete lists.
 enum SectionType : std::uint8_t {
   kServiceUuids16 = 0x02,
   kServiceUuids32 = 0x04,
