@@ -1,11 +1,7 @@
 #include <cstddef>
 #include <cstdint>
-#include <limits>
-#include <map>
-#include <mutex>
-#include <string>
+#include <type_traits>
 #include <utility>
-#include <vector>
 
 #include <plenar_ble_api/ble_api.h>
 #include <plenar_ble_control/virtual_radio.h>
@@ -17,7 +13,6 @@
 namespace {
 
 using plenar_ble::ActiveRadio;
-using Bytes = std::vector<std::uint8_t>;
 
 /// Nothing leaves an exported function but what the virtual radio was told to throw.
 template <class Operation>
@@ -31,19 +26,6 @@ auto Guarded(const Operation& operation) -> decltype(operation()) {
     if constexpr (!std::is_void_v<R>) return static_cast<R>(plenar_ble::kFailure);
   }
 }
-
-Bytes Copy(const std::uint8_t* data, std::size_t length) {
-  return data == nullptr ? Bytes() : Bytes(data, data + length);
-}
-
-/// What the functions were given that the module never calls. No radio uses it.
-struct {
-  std::mutex mutex;
-  std::string service_uuid;
-  std::pair<std::uint16_t, Bytes> manufacturer_data;
-  std::int16_t minimum_dbm = std::numeric_limits<std::int16_t>::min();
-  std::map<std::uint8_t, Bytes> data_sections;
-} never_called;
 
 }  // namespace
 
@@ -105,34 +87,16 @@ void BleServerStopBroadcast() {
   Guarded([] { ActiveRadio().StopBroadcast(); });
 }
 
-void BleClientSetServiceUuidFilter(const char* uuid) {
-  Guarded([=] {
-    const std::scoped_lock lock(never_called.mutex);
-    never_called.service_uuid = uuid == nullptr ? "" : uuid;
-  });
-}
+// What the module never calls: accepted, and of no effect on any radio.
 
-void BleClientSetManufacturerDataFilter(std::uint16_t company, const std::uint8_t* data,
-                                        std::size_t length) {
-  Guarded([=] {
-    const std::scoped_lock lock(never_called.mutex);
-    never_called.manufacturer_data = {company, Copy(data, length)};
-  });
-}
+void BleClientSetServiceUuidFilter(const char*) {}
 
-void BleClientSetSignalStrengthFilter(std::int16_t minimum_dbm) {
-  Guarded([=] {
-    const std::scoped_lock lock(never_called.mutex);
-    never_called.minimum_dbm = minimum_dbm;
-  });
-}
+void BleClientSetManufacturerDataFilter(std::uint16_t, const std::uint8_t*, std::size_t) {}
 
-int BleServerAddDataSection(std::uint8_t type, const std::uint8_t* data, std::size_t length) {
-  return Guarded([=] {
-    const std::scoped_lock lock(never_called.mutex);
-    never_called.data_sections[type] = Copy(data, length);
-    return plenar_ble::kAccepted;
-  });
+void BleClientSetSignalStrengthFilter(std::int16_t) {}
+
+int BleServerAddDataSection(std::uint8_t, const std::uint8_t*, std::size_t) {
+  return plenar_ble::kAccepted;
 }
 
 }  // extern "C"
