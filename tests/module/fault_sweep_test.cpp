@@ -159,7 +159,7 @@ TEST_F(FaultSweepTest, TheSystemFails) {
 }
 
 TEST_F(FaultSweepTest, TheLibraryThrows) {
-  FailEachCall("Ble.*", [this](const std::string& call) { radio_->ThrowFrom(call, 1); });
+  FailEachCall("Ble.*", [this](const std::string& call) { radio_->ThrowFrom(call); });
 }
 
 TEST_F(FaultSweepTest, TheLibraryRefuses) {

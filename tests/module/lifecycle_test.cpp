@@ -139,7 +139,7 @@ TEST_F(LifecycleStory, KeepsItsStateOverUnInit) {
   Scan(kUuid, 1, false);
   Hear(Broadcast("a"));
   CheckState();
-  radio_->SetAutomaticReports(false);  // A library that does not tell of the publisher's end.
+  radio_->SetReportDelays(std::nullopt);  // A library that does not tell of the publisher's end.
   UnInit();
   Init(0);
   ChangeDevices();

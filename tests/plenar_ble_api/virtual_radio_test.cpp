@@ -24,7 +24,7 @@ class VirtualRadio : public testing::Test {
     api.control.Reset();
     api.control.UseManualTime(now_ms);
     api.control.SetAir(plenar_ble_control::Air::kInProcess);
-    api.control.SetReportDelays({10, 20, 30, 40, 150});
+    api.control.SetReportDelays(plenar_ble_control::ReportDelays{10, 20, 30, 40, 150});
     EXPECT_EQ(api.BleInit(0), 0);
     api.BleServerSetStatusChangedCB([this](BlePublisherStatus status, BleError error) {
       EXPECT_EQ(error, BleError::kNone);
@@ -63,7 +63,7 @@ void PutB(const BleApi& api) {
   api.control.PutOnAir(info, 70);
 }
 void Quiet(const BleApi& api) {
-  api.control.SetAutomaticReports(false);
+  api.control.SetReportDelays(std::nullopt);
 }
 
 TEST_F(VirtualRadio, ReportsWhenItIsToldTo) {
@@ -119,20 +119,20 @@ TEST_F(VirtualRadio, EveryFunctionIsObservedThrowsAndFailsAsItIsTold) {
   });
   for (const auto& [text, call] : calls) {
     const std::string name = text.substr(0, text.find('('));
-    api.control.ThrowFrom(name, 1);
+    api.control.ThrowFrom(name);
     EXPECT_THROW(call(), ScriptedFailure) << text;
     api.control.SetResult(name, 17);
     EXPECT_EQ(call(), 17) << text;
     EXPECT_EQ(journal.Take(), text + "; " + text + "; ");
   }
-  EXPECT_FALSE(api.control.IsWatching() || api.control.Advertising());
+  EXPECT_FALSE(api.control.Advertising() || api.control.NextDeadline());
   EXPECT_THROW(api.control.SetResult("BleUninit", 1), std::invalid_argument);
 }
 
 /// Others may be on the machine's air at the same time: what is sent here carries a number.
 TEST_F(VirtualRadio, SharesTheAirWithTheProcessesOfTheMachine) {
   const std::string id = std::to_string(std::random_device()());
-  api.control.SetAutomaticReports(false);
+  api.control.SetReportDelays(std::nullopt);
   api.BleClientSetReceivedBroadcastCB([&, heard = 0](const BleBroadcastInfo& info) mutable {
     const auto& data = info.manufacturer_data.begin()->second;
     const std::string text(data.begin(), data.end());

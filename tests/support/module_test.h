@@ -204,7 +204,7 @@ class StoryTest : public Start {
  protected:
   void SetUp() override {
     Start::SetUp();
-    this->radio_->SetAutomaticReports(false);
+    this->radio_->SetReportDelays(std::nullopt);
   }
   void TearDown() override { this->CompareStory(kinds_); }
 

@@ -16,26 +16,19 @@ inline constexpr std::uint16_t kAirPort = 32337;
 /// Which process of the machine this is.
 [[nodiscard]] std::uint32_t OwnProcess();
 
-/// Sends to the loopback air. One thread at a time.
-class DatagramSender {
+/// A socket on the loopback air, either to send or to receive.
+class DatagramSocket {
  public:
   /// Null when the system refuses.
-  [[nodiscard]] static std::unique_ptr<DatagramSender> Open();
-  virtual ~DatagramSender() = default;
+  [[nodiscard]] static std::unique_ptr<DatagramSocket> OpenToSend();
+  [[nodiscard]] static std::unique_ptr<DatagramSocket> OpenToReceive();
+  virtual ~DatagramSocket() = default;
 
-  /// Never waits. False when the system refuses.
+  /// Never waits. False when the system refuses. One thread at a time.
   virtual bool Send(std::span<const std::uint8_t> datagram) = 0;
-};
-
-/// Receives from the loopback air.
-class DatagramReceiver {
- public:
-  /// Null when the system refuses.
-  [[nodiscard]] static std::unique_ptr<DatagramReceiver> Open();
-  virtual ~DatagramReceiver() = default;
 
   /// Waits for a datagram and returns its length, at most that of `buffer`; none after
-  /// `Interrupt`, or when the socket has failed.
+  /// `Interrupt`, or when the socket has failed. One thread at a time.
   virtual std::optional<std::size_t> Receive(std::span<std::uint8_t> buffer) = 0;
 
   /// Ends the `Receive` that runs and every later one. [any thread]

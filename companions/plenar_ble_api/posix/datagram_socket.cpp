@@ -13,85 +13,57 @@
 namespace plenar_ble {
 namespace {
 
-class FileDescriptor {
+class PosixSocket final : public DatagramSocket {
  public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() {
-    if (fd_ >= 0) close(fd_);
+  PosixSocket() {
+    air_.sin_family = AF_INET;
+    air_.sin_port = htons(kAirPort);
+    inet_pton(AF_INET, kAirAddress, &air_.sin_addr);
   }
-
-  [[nodiscard]] int Get() const { return fd_; }
-
- private:
-  int fd_;
-};
-
-/// What is sent to the air's address and, bound to it, hears nothing that was sent anywhere else.
-struct AirSocket {
-  AirSocket() {
-    address.sin_family = AF_INET;
-    address.sin_port = htons(kAirPort);
-    inet_pton(AF_INET, kAirAddress, &address.sin_addr);
+  PosixSocket(const PosixSocket&) = delete;
+  PosixSocket& operator=(const PosixSocket&) = delete;
+  ~PosixSocket() override {
+    for (const int fd : {socket_, interrupt_}) {
+      if (fd >= 0) close(fd);
+    }
   }
 
   [[nodiscard]] bool Enable(int option) const {
     const int on = 1;
-    return setsockopt(fd.Get(), SOL_SOCKET, option, &on, sizeof on) == 0;
-  }
-  [[nodiscard]] const sockaddr* Address() const {
-    return reinterpret_cast<const sockaddr*>(&address);
+    return setsockopt(socket_, SOL_SOCKET, option, &on, sizeof on) == 0;
   }
 
-  FileDescriptor fd{socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
-  sockaddr_in address{};
-};
-
-class PosixSender final : public DatagramSender {
- public:
-  bool Open() { return air_.Enable(SO_BROADCAST); }
+  /// Bound to the air's address it hears nothing that was sent anywhere else.
+  [[nodiscard]] bool Bind() {
+    interrupt_ = eventfd(0, EFD_CLOEXEC);
+    return interrupt_ >= 0 && bind(socket_, Address(), sizeof air_) == 0;
+  }
 
   bool Send(std::span<const std::uint8_t> datagram) override {
-    return sendto(air_.fd.Get(), datagram.data(), datagram.size(), 0, air_.Address(),
-                  sizeof air_.address) == static_cast<ssize_t>(datagram.size());
-  }
-
- private:
-  AirSocket air_;
-};
-
-class PosixReceiver final : public DatagramReceiver {
- public:
-  bool Open() {
-    return interrupt_.Get() >= 0 && air_.Enable(SO_REUSEADDR) &&
-           bind(air_.fd.Get(), air_.Address(), sizeof air_.address) == 0;
+    return sendto(socket_, datagram.data(), datagram.size(), 0, Address(), sizeof air_) ==
+           static_cast<ssize_t>(datagram.size());
   }
 
   std::optional<std::size_t> Receive(std::span<std::uint8_t> buffer) override {
-    std::array<pollfd, 2> events{{{air_.fd.Get(), POLLIN, 0}, {interrupt_.Get(), POLLIN, 0}}};
+    std::array<pollfd, 2> events{{{socket_, POLLIN, 0}, {interrupt_, POLLIN, 0}}};
     while (true) {
       if (poll(events.data(), events.size(), -1) < 0 && errno != EINTR) return std::nullopt;
       if (events[1].revents != 0) return std::nullopt;
-      const ssize_t length = recv(air_.fd.Get(), buffer.data(), buffer.size(), 0);
+      const ssize_t length = recv(socket_, buffer.data(), buffer.size(), 0);
       if (length >= 0) return static_cast<std::size_t>(length);
       if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) return std::nullopt;
     }
   }
 
-  void Interrupt() override { eventfd_write(interrupt_.Get(), 1); }
+  void Interrupt() override { eventfd_write(interrupt_, 1); }
 
  private:
-  AirSocket air_;
-  FileDescriptor interrupt_{eventfd(0, EFD_CLOEXEC)};
-};
+  [[nodiscard]] const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&air_); }
 
-template <class Socket>
-std::unique_ptr<Socket> Opened() {
-  auto socket = std::make_unique<Socket>();
-  if (!socket->Open()) return nullptr;
-  return socket;
-}
+  int socket_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  int interrupt_ = -1;
+  sockaddr_in air_{};
+};
 
 }  // namespace
 
@@ -99,12 +71,16 @@ std::uint32_t OwnProcess() {
   return static_cast<std::uint32_t>(getpid());
 }
 
-std::unique_ptr<DatagramSender> DatagramSender::Open() {
-  return Opened<PosixSender>();
+std::unique_ptr<DatagramSocket> DatagramSocket::OpenToSend() {
+  auto socket = std::make_unique<PosixSocket>();
+  if (!socket->Enable(SO_BROADCAST)) return nullptr;
+  return socket;
 }
 
-std::unique_ptr<DatagramReceiver> DatagramReceiver::Open() {
-  return Opened<PosixReceiver>();
+std::unique_ptr<DatagramSocket> DatagramSocket::OpenToReceive() {
+  auto socket = std::make_unique<PosixSocket>();
+  if (!socket->Enable(SO_REUSEADDR) || !socket->Bind()) return nullptr;
+  return socket;
 }
 
 }  // namespace plenar_ble

@@ -6,10 +6,6 @@
 namespace plenar_ble {
 namespace {
 
-void Drop(void* library) {
-  dlclose(library);
-}
-
 /// Ends when the library is unloaded, with none of its threads alive, or at the end of the process
 /// before the statics of whatever was there when the library was loaded: the threads end here and
 /// call into nothing that is destroyed later.
@@ -23,11 +19,12 @@ const UntilUnload until_unload;
 
 LibraryReference ReferToLibrary() {
   Dl_info info{};
-  void* library = nullptr;
-  if (dladdr(reinterpret_cast<const void*>(&ReferToLibrary), &info) != 0) {
-    library = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
-  }
-  return {library, Drop};
+  if (dladdr(reinterpret_cast<const void*>(&ReferToLibrary), &info) == 0) return nullptr;
+  return LibraryReference(dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD));
+}
+
+void LibraryRelease::operator()(void* library) const {
+  dlclose(library);
 }
 
 }  // namespace plenar_ble

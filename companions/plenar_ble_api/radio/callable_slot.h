@@ -21,16 +21,15 @@ class CallableSlot {
   /// destroyed; on a thread of the library, where the caller itself could be running it, it may
   /// still be.
   void Set(Callable callable) {
-    const auto entry = Exchange(std::move(callable));
-    if (entry == nullptr || OnLibraryThread()) return;
-    Callable former;
+    std::shared_ptr<Entry> entry;
+    if (callable) entry = std::make_shared<Entry>(Entry{std::move(callable)});
+    Callable former;  // Goes after the lock, as the entry does.
     std::unique_lock lock(mutex_);
+    entry_.swap(entry);
+    if (entry == nullptr || OnLibraryThread()) return;
     returned_.wait(lock, [&] { return entry->running == 0; });
     former.swap(entry->callable);  // Who ran it may hold the entry for a moment more.
   }
-
-  /// As `Set`, without waiting.
-  void Replace(Callable callable) { Exchange(std::move(callable)); }
 
   [[nodiscard]] bool IsSet() const {
     const std::scoped_lock lock(mutex_);
@@ -55,14 +54,6 @@ class CallableSlot {
     Callable callable;
     int running = 0;
   };
-
-  std::shared_ptr<Entry> Exchange(Callable callable) {
-    std::shared_ptr<Entry> entry;
-    if (callable) entry = std::make_shared<Entry>(Entry{std::move(callable)});
-    const std::scoped_lock lock(mutex_);
-    entry_.swap(entry);
-    return entry;
-  }
 
   std::shared_ptr<Entry> Borrow() {
     const std::scoped_lock lock(mutex_);

@@ -32,7 +32,10 @@ class LibraryThreadScope {
 
 /// Keeps the library loaded, so that no thread of its runs in code that is gone, whatever its user
 /// unloads. To be dropped by a caller that has the library loaded itself.
-using LibraryReference = std::unique_ptr<void, void (*)(void*)>;
+struct LibraryRelease {
+  void operator()(void* library) const;
+};
+using LibraryReference = std::unique_ptr<void, LibraryRelease>;
 
 [[nodiscard]] LibraryReference ReferToLibrary();
 

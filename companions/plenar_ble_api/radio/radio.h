@@ -5,7 +5,6 @@
 #include <span>
 
 #include <plenar_ble_api/ble_api.h>
-#include <plenar_ble_control/virtual_radio.h>
 
 namespace plenar_ble {
 
@@ -78,10 +77,5 @@ class Radio {
 
 /// The radio over the system's own Bluetooth; null where there is none.
 [[nodiscard]] Radio* SystemRadio();
-
-/// Makes another radio the active one, and clears the one that was. False when the library does not
-/// have it.
-bool SelectRadio(plenar_ble_control::RadioKind kind);
-[[nodiscard]] plenar_ble_control::RadioKind SelectedRadio();
 
 }  // namespace plenar_ble

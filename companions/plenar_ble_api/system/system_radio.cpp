@@ -85,9 +85,9 @@ class WindowsRadio final : public Radio {
 
   Callables callables_;
   std::mutex lifecycle_mutex_;
-  std::optional<LibraryReference> library_;  // While code of ours may run.
-  std::vector<std::thread> threads_;         // Of this session and of those that have ended.
-  std::mutex mutex_;                         // Of what follows.
+  LibraryReference library_;          // While code of ours may run.
+  std::vector<std::thread> threads_;  // Of this session and of those that have ended.
+  std::mutex mutex_;                  // Of what follows.
   std::shared_ptr<Session> session_;
   int scan_mode_ = 0;
   std::optional<ManufacturerItem> item_;

@@ -1,12 +1,18 @@
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 
 #include <plenar_ble_api/ble_api.h>
 #include <plenar_ble_control/virtual_radio.h>
 
+#include "exported_functions.h"
 #include "radio/library_thread.h"
 #include "radio/radio.h"
 #include "virtual/radio_core.h"
@@ -16,14 +22,45 @@
 
 namespace plenar_ble {
 
+namespace {
+
+using plenar_ble_control::RadioKind;
 using Lock = RadioCore::Lock;
 
-bool VirtualRadio::SelectRadio(plenar_ble_control::RadioKind kind) {
-  return plenar_ble::SelectRadio(kind);
+/// The system's radio, where there is one, unless somebody chose.
+std::atomic<Radio*>& Active() {
+  static std::atomic<Radio*> active =
+      SystemRadio() != nullptr ? SystemRadio() : &VirtualRadio::Instance();
+  return active;
 }
 
-plenar_ble_control::RadioKind VirtualRadio::SelectedRadio() const {
-  return plenar_ble::SelectedRadio();
+/// The name itself, which lives as long as the library.
+std::string_view KnownName(std::string_view name) {
+  const auto* const found =
+      std::find(std::begin(kExportedFunctions), std::end(kExportedFunctions), name);
+  if (found != std::end(kExportedFunctions)) return *found;
+  throw std::invalid_argument("no function of the BLE API library: " + std::string(name));
+}
+
+}  // namespace
+
+Radio& ActiveRadio() {
+  return *Active();
+}
+
+bool VirtualRadio::SelectRadio(RadioKind kind) {
+  Radio* const wanted = kind == RadioKind::kSystem ? SystemRadio() : this;
+  if (wanted == nullptr) return false;
+  Radio* const former = Active().exchange(wanted);
+  if (former != wanted) {
+    former->Clear();
+    former->UnInit();  // Lets the library go.
+  }
+  return true;
+}
+
+RadioKind VirtualRadio::SelectedRadio() const {
+  return Active() == this ? RadioKind::kVirtual : RadioKind::kSystem;
 }
 
 void VirtualRadio::Reset() {
@@ -32,23 +69,29 @@ void VirtualRadio::Reset() {
 }
 
 void VirtualRadio::SetCallObserver(CallObserver observer) {
-  script_.observer.Replace(std::move(observer));
+  call_observer_.Set(std::move(observer));
 }
 
 void VirtualRadio::SetResult(std::string_view function, std::int32_t result) {
-  script_.SetResult(function, result);
-}
-
-void VirtualRadio::ThrowFrom(std::string_view function, int times) {
-  script_.ThrowFrom(function, times);
-}
-
-void VirtualRadio::SetAutomaticReports(bool automatic) {
   const Lock lock(core_.mutex);
-  core_.automatic_reports = automatic;
+  steps_[KnownName(function)].result = result;
 }
 
-void VirtualRadio::SetReportDelays(const plenar_ble_control::ReportDelays& delays) {
+void VirtualRadio::ThrowFrom(std::string_view function) {
+  const Lock lock(core_.mutex);
+  steps_[KnownName(function)].throws = true;
+}
+
+std::int32_t VirtualRadio::Begin(std::string_view function, const std::string& arguments) {
+  call_observer_(function, arguments);
+  const Lock lock(core_.mutex);
+  const auto step = steps_.find(function);
+  if (step == steps_.end()) return 0;
+  if (!std::exchange(step->second.throws, false)) return step->second.result;
+  throw plenar_ble_control::ScriptedFailure(std::string(function) + " was told to fail");
+}
+
+void VirtualRadio::SetReportDelays(std::optional<plenar_ble_control::ReportDelays> delays) {
   const Lock lock(core_.mutex);
   core_.delays = delays;
 }
@@ -80,21 +123,6 @@ void VirtualRadio::PutOnAir(const BleBroadcastInfo& device, std::uint64_t interv
   watcher_.PutOnAir(device, interval_ms);
 }
 
-bool VirtualRadio::IsInitialised() const {
-  const Lock lock(core_.mutex);
-  return core_.initialised;
-}
-
-bool VirtualRadio::IsWatching() const {
-  const Lock lock(core_.mutex);
-  return watcher_.IsWatching();
-}
-
-int VirtualRadio::ScanMode() const {
-  const Lock lock(core_.mutex);
-  return watcher_.ScanMode();
-}
-
 std::optional<plenar_ble_control::Advertisement> VirtualRadio::Advertising() const {
   const Lock lock(core_.mutex);
   return publisher_.Advertising();
@@ -102,7 +130,7 @@ std::optional<plenar_ble_control::Advertisement> VirtualRadio::Advertising() con
 
 void VirtualRadio::UseManualTime(std::uint64_t now_ms) {
   const Lock lock(core_.mutex);
-  core_.scheduler.UseManualTime(now_ms);
+  core_.scheduler.SetClock(now_ms);
 }
 
 std::optional<std::uint64_t> VirtualRadio::NextDeadline() const {

@@ -19,9 +19,9 @@ void Publisher::SetManufacturerData(std::uint16_t company, ByteView data) {
 Result Publisher::Start() {
   if (!core_.initialised) return kNotInitialised;
   if (!data_) return kNoData;
-  std::unique_ptr<DatagramSender> sender;
+  std::unique_ptr<DatagramSocket> sender;
   if (core_.air == plenar_ble_control::Air::kLoopback) {
-    sender = DatagramSender::Open();
+    sender = DatagramSocket::OpenToSend();
     if (sender == nullptr) {
       core_.Log(LogLevel::kError, "the socket to advertise through cannot be opened");
       return kRefusedBySystem;
@@ -33,10 +33,10 @@ Result Publisher::Start() {
   if (sender_ != nullptr) StartSending();
   core_.Log(LogLevel::kInformation, "publisher starts");
   status_ = BlePublisherStatus::kStarted;
-  if (core_.automatic_reports) {
+  if (core_.delays) {
     status_ = BlePublisherStatus::kStarting;
-    ReportAfter(core_.delays.starting, BlePublisherStatus::kStarting);
-    ReportAfter(core_.delays.starting + core_.delays.started, BlePublisherStatus::kStarted);
+    ReportAfter(core_.delays->starting, BlePublisherStatus::kStarting);
+    ReportAfter(core_.delays->starting + core_.delays->started, BlePublisherStatus::kStarted);
   }
   return kAccepted;
 }
@@ -46,19 +46,19 @@ void Publisher::Stop() {
   const bool runs = status_ != BlePublisherStatus::kStopped;
   if (runs) core_.Log(LogLevel::kInformation, "publisher stops");
   Silence();
-  if (!core_.automatic_reports) return;
+  if (!core_.delays) return;
   if (runs) {
     status_ = BlePublisherStatus::kStopping;
-    ReportAfter(core_.delays.stopping, BlePublisherStatus::kStopping);
+    ReportAfter(core_.delays->stopping, BlePublisherStatus::kStopping);
   }
-  ReportAfter(core_.delays.stopping + core_.delays.stopped, BlePublisherStatus::kStopped);
+  ReportAfter(core_.delays->stopping + core_.delays->stopped, BlePublisherStatus::kStopped);
 }
 
 bool Publisher::TakeDown() {
   const bool ran = status_ != BlePublisherStatus::kStopped;
   Silence();
   data_.reset();
-  return ran && core_.automatic_reports;
+  return ran && core_.delays.has_value();
 }
 
 void Publisher::Silence() {

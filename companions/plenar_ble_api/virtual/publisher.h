@@ -45,7 +45,7 @@ class Publisher {
   BlePublisherStatus status_ = BlePublisherStatus::kStopped;
   std::optional<plenar_ble_control::Advertisement> data_;  // Of the next start.
   std::optional<plenar_ble_control::Advertisement> on_air_;
-  std::unique_ptr<DatagramSender> sender_;  // While advertising on the loopback air.
+  std::unique_ptr<DatagramSocket> sender_;  // While advertising on the loopback air.
 };
 
 }  // namespace plenar_ble

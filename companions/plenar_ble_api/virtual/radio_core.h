@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string_view>
 
 #include <plenar_ble_control/virtual_radio.h>
@@ -20,8 +21,8 @@ struct RadioCore {
   Scheduler scheduler{mutex};
   bool initialised = false;
   plenar_ble_control::Air air = plenar_ble_control::Air::kLoopback;
-  bool automatic_reports = true;
-  plenar_ble_control::ReportDelays delays;
+  /// None while no start or stop is reported by itself.
+  std::optional<plenar_ble_control::ReportDelays> delays = plenar_ble_control::ReportDelays{};
   CallableSlot<const char*, int, const char*, int, const char*> log;
 
   /// Hands a line to the log callable on the scheduler's thread, if there is one. With the lock.

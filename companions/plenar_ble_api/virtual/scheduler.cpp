@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
-#include <limits>
 #include <utility>
 
 #include "radio/library_thread.h"
@@ -32,11 +31,9 @@ void Scheduler::Start() {
 void Scheduler::Stop(Lock& lock) {
   queue_.clear();
   running_cancelled_ = true;
-  quiet_.notify_all();
-  if (!thread_.joinable()) return;
   stopping_ = true;
-  wake_.notify_one();
-  if (OnLibraryThread()) return;
+  changed_.notify_all();
+  if (!thread_.joinable() || OnLibraryThread()) return;
   lock.unlock();
   thread_.join();
   lock.lock();
@@ -55,17 +52,6 @@ void Scheduler::Cancel(Owner owner) {
   if (running_ == owner) running_cancelled_ = true;
 }
 
-void Scheduler::SetClock(std::optional<std::uint64_t> manual_now) {
-  const std::uint64_t before = Now();
-  manual_now_ = manual_now;
-  for (Queue former = std::exchange(queue_, {}); !former.empty();) {
-    auto node = former.extract(former.begin());
-    node.key() = DeadlineAfter(node.key() - std::min(before, node.key()));
-    queue_.insert(std::move(node));
-  }
-  wake_.notify_one();
-}
-
 std::optional<std::uint64_t> Scheduler::NextDeadline() const {
   if (queue_.empty()) return std::nullopt;
   return queue_.begin()->first;
@@ -75,20 +61,16 @@ std::size_t Scheduler::AdvanceTo(std::uint64_t now, Lock& lock) {
   if (!manual_now_) return 0;
   const std::size_t before = runs_;
   manual_limit_ = now;
-  wake_.notify_one();
-  quiet_.wait(lock, [this] { return !busy_ && !IsDue(); });
+  changed_.notify_all();
+  changed_.wait(lock, [this] { return running_ == nullptr && !IsDue(); });
   manual_limit_.reset();
   if (manual_now_) manual_now_ = std::max(*manual_now_, now);
   return runs_ - before;
 }
 
-std::uint64_t Scheduler::Now() const {
-  return manual_now_ ? *manual_now_ : SteadyNow();
-}
-
 std::uint64_t Scheduler::DeadlineAfter(std::uint64_t delay) const {
-  const std::uint64_t now = Now();
-  return now + std::min(delay, std::numeric_limits<std::uint64_t>::max() - now);
+  constexpr std::uint64_t kLongest = 100'000'000'000;  // Three years: nothing overflows.
+  return (manual_now_ ? *manual_now_ : SteadyNow()) + std::min(delay, kLongest);
 }
 
 bool Scheduler::IsDue() const {
@@ -98,7 +80,7 @@ bool Scheduler::IsDue() const {
 
 void Scheduler::Add(std::uint64_t delay, Entry entry) {
   queue_.emplace(DeadlineAfter(delay), std::move(entry));
-  wake_.notify_one();
+  changed_.notify_all();
 }
 
 void Scheduler::RunThread() {
@@ -119,7 +101,6 @@ void Scheduler::RunFirst(Lock& lock) {
   auto node = queue_.extract(queue_.begin());
   Entry& entry = node.mapped();
   if (manual_now_) manual_now_ = std::max(*manual_now_, node.key());
-  busy_ = true;
   running_ = entry.owner;
   running_cancelled_ = false;
   try {
@@ -128,21 +109,19 @@ void Scheduler::RunFirst(Lock& lock) {
     // Out of memory: one report or broadcast less.
   }
   if (!lock.owns_lock()) lock.lock();
-  busy_ = false;
   running_ = nullptr;
   ++runs_;
   if (entry.interval != 0 && !running_cancelled_) {
     node.key() = DeadlineAfter(entry.interval);
     queue_.insert(std::move(node));
   }
-  quiet_.notify_all();
+  changed_.notify_all();
 }
 
 void Scheduler::Sleep(Lock& lock) {
-  if (manual_now_ || queue_.empty()) return wake_.wait(lock);
-  constexpr std::uint64_t kDay = 86'400'000;  // Keeps the moment within the clock's range.
-  const std::uint64_t moment = std::min(queue_.begin()->first, SteadyNow() + kDay);
-  wake_.wait_until(lock, std::chrono::steady_clock::time_point(Milliseconds(moment)));
+  if (manual_now_ || queue_.empty()) return changed_.wait(lock);
+  const Milliseconds moment(queue_.begin()->first);
+  changed_.wait_until(lock, std::chrono::steady_clock::time_point(moment));
 }
 
 }  // namespace plenar_ble

@@ -41,8 +41,8 @@ class Scheduler {
   void Every(std::uint64_t interval, Owner owner, Task task);
   void Cancel(Owner owner);
 
-  void UseRealTime() { SetClock(std::nullopt); }
-  void UseManualTime(std::uint64_t now) { SetClock(now); }
+  /// Manual time from now on, or real time. While nothing is scheduled.
+  void SetClock(std::optional<std::uint64_t> manual_now) { manual_now_ = manual_now; }
   [[nodiscard]] std::optional<std::uint64_t> NextDeadline() const;
   /// How many tasks ran. Does nothing in real time.
   std::size_t AdvanceTo(std::uint64_t now, Lock& lock);
@@ -57,23 +57,19 @@ class Scheduler {
 
   [[nodiscard]] bool IsAlive() const { return thread_.joinable() && !ended_; }
   [[nodiscard]] bool IsDue() const;
-  [[nodiscard]] std::uint64_t Now() const;
   [[nodiscard]] std::uint64_t DeadlineAfter(std::uint64_t delay) const;
   void Add(std::uint64_t delay, Entry entry);
-  void SetClock(std::optional<std::uint64_t> manual_now);
   void RunThread();
   void RunFirst(Lock& lock);
   void Sleep(Lock& lock);
 
   std::mutex& mutex_;
-  std::condition_variable wake_;
-  std::condition_variable quiet_;
+  std::condition_variable changed_;
   std::thread thread_;
   bool stopping_ = false;
   bool ended_ = false;  // The thread has left its loop and takes the lock no more.
   Queue queue_;
-  bool busy_ = false;
-  Owner running_ = nullptr;  // Owner of the task that is running.
+  Owner running_ = nullptr;  // Owner of the task that is running, if one is.
   bool running_cancelled_ = false;
   std::size_t runs_ = 0;
   std::optional<std::uint64_t> manual_now_;

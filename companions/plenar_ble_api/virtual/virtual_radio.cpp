@@ -31,7 +31,7 @@ VirtualRadio& VirtualRadio::Instance() {
 
 int VirtualRadio::Init(std::uintptr_t reserved) {
   const std::string arguments = "reserved=" + std::to_string(reserved);
-  if (const int told = script_.Begin("BleInit", arguments)) return told;
+  if (const int told = Begin("BleInit", arguments)) return told;
   const auto lifecycle = LockLifecycle();
   if (!lifecycle) return kBusy;
   if (!library_) library_ = ReferToLibrary();
@@ -42,7 +42,7 @@ int VirtualRadio::Init(std::uintptr_t reserved) {
 }
 
 void VirtualRadio::UnInit() {
-  script_.Begin("BleUnInit");
+  Begin("BleUnInit");
   const auto lifecycle = LockLifecycle();
   if (!lifecycle) return;
   TakeDown(true);
@@ -50,40 +50,41 @@ void VirtualRadio::UnInit() {
 }
 
 BleError VirtualRadio::CheckState() {
-  if (const int told = script_.Begin("BleCheckState")) return BleError{told};
+  if (const int told = Begin("BleCheckState")) return BleError{told};
   const Lock lock(core_.mutex);
   return core_.initialised ? BleError::kNone : kCheckedBeforeInit;
 }
 
 void VirtualRadio::SetLog(BleLogFunc log) {
-  script_.Begin("BleSetLogFunc", Describe(log));
+  Begin("BleSetLogFunc", Describe(log));
   core_.log.Set(std::move(log));
 }
 
 void VirtualRadio::SetScanMode(int mode) {
-  script_.Begin("BleClientSetScanMode", "mode=" + std::to_string(mode));
+  Begin("BleClientSetScanMode", "mode=" + std::to_string(mode));
+  if (mode >= 0 && mode <= 2) return;  // There is no difference between these.
   const Lock lock(core_.mutex);
-  watcher_.SetScanMode(mode);
+  core_.Log(LogLevel::kError, "there is no scan mode " + std::to_string(mode));
 }
 
 void VirtualRadio::SetReceived(BleReceivedBroadcastCB callback) {
-  script_.Begin("BleClientSetReceivedBroadcastCB", Describe(callback));
+  Begin("BleClientSetReceivedBroadcastCB", Describe(callback));
   watcher_.received.Set(std::move(callback));
 }
 
 void VirtualRadio::SetStopped(BleStoppedWatchBroadcastCB callback) {
-  script_.Begin("BleClientSetStoppedWatchBroadcastCB", Describe(callback));
+  Begin("BleClientSetStoppedWatchBroadcastCB", Describe(callback));
   watcher_.stopped.Set(std::move(callback));
 }
 
 int VirtualRadio::StartWatch() {
-  if (const int told = script_.Begin("BleClientStartWatchBroadcast")) return told;
+  if (const int told = Begin("BleClientStartWatchBroadcast")) return told;
   const Lock lock(core_.mutex);
   return watcher_.Start();
 }
 
 void VirtualRadio::StopWatch() {
-  script_.Begin("BleClientStopWatchBroadcast");
+  Begin("BleClientStopWatchBroadcast");
   const Lock lock(core_.mutex);
   watcher_.Stop();
 }
@@ -93,25 +94,25 @@ int VirtualRadio::SetManufacturerData(std::uint16_t company, std::span<const std
                                      static_cast<std::uint8_t>(company & 0xFF)};
   const std::string arguments = "company=0x" + HexText(company_bytes) +
                                 " data=" + (data.data() == nullptr ? "null" : HexText(data));
-  if (const int told = script_.Begin("BleServerAddManufacturerData", arguments)) return told;
+  if (const int told = Begin("BleServerAddManufacturerData", arguments)) return told;
   const Lock lock(core_.mutex);
   publisher_.SetManufacturerData(company, data);
   return kAccepted;
 }
 
 void VirtualRadio::SetStatusChanged(BleStatusChangedCB callback) {
-  script_.Begin("BleServerSetStatusChangedCB", Describe(callback));
+  Begin("BleServerSetStatusChangedCB", Describe(callback));
   publisher_.status_changed.Set(std::move(callback));
 }
 
 int VirtualRadio::StartBroadcast() {
-  if (const int told = script_.Begin("BleServerStartBroadcast")) return told;
+  if (const int told = Begin("BleServerStartBroadcast")) return told;
   const Lock lock(core_.mutex);
   return publisher_.Start();
 }
 
 void VirtualRadio::StopBroadcast() {
-  script_.Begin("BleServerStopBroadcast");
+  Begin("BleServerStopBroadcast");
   const Lock lock(core_.mutex);
   publisher_.Stop();
 }
@@ -121,12 +122,12 @@ void VirtualRadio::Clear() {
   if (!lifecycle) return;
   TakeDown(false);
   core_.log.Set({});
-  script_.Reset();
+  call_observer_.Set({});
   const Lock lock(core_.mutex);
-  core_.scheduler.UseRealTime();
+  steps_.clear();
+  core_.scheduler.SetClock(std::nullopt);
   core_.air = plenar_ble_control::Air::kLoopback;
-  core_.automatic_reports = true;
-  core_.delays = {};
+  core_.delays = plenar_ble_control::ReportDelays{};
   watcher_.ClearAir();
 }
 

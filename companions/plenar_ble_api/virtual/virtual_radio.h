@@ -2,17 +2,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include <plenar_ble_api/ble_api.h>
 #include <plenar_ble_control/virtual_radio.h>
 
+#include "radio/callable_slot.h"
 #include "radio/library_thread.h"
 #include "radio/radio.h"
-#include "virtual/call_script.h"
 #include "virtual/publisher.h"
 #include "virtual/radio_core.h"
 #include "virtual/watcher.h"
@@ -50,9 +52,8 @@ class VirtualRadio final : public Radio, public plenar_ble_control::VirtualRadio
   void Reset() override;
   void SetCallObserver(CallObserver observer) override;
   void SetResult(std::string_view function, std::int32_t result) override;
-  void ThrowFrom(std::string_view function, int times) override;
-  void SetAutomaticReports(bool automatic) override;
-  void SetReportDelays(const plenar_ble_control::ReportDelays& delays) override;
+  void ThrowFrom(std::string_view function) override;
+  void SetReportDelays(std::optional<plenar_ble_control::ReportDelays> delays) override;
   void ReportPublisherStatus(BlePublisherStatus status, BleError error) override;
   void ReportWatcherStopped(BleError error) override;
   void ReportBroadcast(const BleBroadcastInfo& info) override;
@@ -60,17 +61,23 @@ class VirtualRadio final : public Radio, public plenar_ble_control::VirtualRadio
                  const char* message) override;
   void SetAir(plenar_ble_control::Air air) override;
   void PutOnAir(const BleBroadcastInfo& device, std::uint64_t interval_ms) override;
-  bool IsInitialised() const override;
-  bool IsWatching() const override;
-  int ScanMode() const override;
   std::optional<plenar_ble_control::Advertisement> Advertising() const override;
   void UseManualTime(std::uint64_t now_ms) override;
   std::optional<std::uint64_t> NextDeadline() const override;
   std::size_t AdvanceTo(std::uint64_t now_ms) override;
 
  private:
+  /// What a function was told to do in place of its work.
+  struct Step {
+    std::int32_t result = 0;
+    bool throws = false;
+  };
+
   VirtualRadio() = default;
 
+  /// Begins a call: tells the observer, throws `ScriptedFailure` if so told, and returns what the
+  /// function is to return in place of its work if that is not 0.
+  std::int32_t Begin(std::string_view function, const std::string& arguments = {});
   /// Taken while the radio goes up or down; none when that is under way elsewhere and the caller,
   /// a thread of the library, may be what is waited for there.
   std::unique_lock<std::recursive_mutex> LockLifecycle();
@@ -79,9 +86,10 @@ class VirtualRadio final : public Radio, public plenar_ble_control::VirtualRadio
   mutable RadioCore core_;
   Publisher publisher_{core_};
   Watcher watcher_{core_};
-  CallScript script_;
-  std::recursive_mutex lifecycle_mutex_;     // Reports of the taking down may come back to it.
-  std::optional<LibraryReference> library_;  // While a thread may be alive.
+  CallableSlot<std::string_view, const std::string&> call_observer_;
+  std::map<std::string_view, Step> steps_;  // Of the functions that were told something.
+  std::recursive_mutex lifecycle_mutex_;    // Reports of the taking down may come back to it.
+  LibraryReference library_;                // While a thread may be alive.
 };
 
 }  // namespace plenar_ble

@@ -16,48 +16,23 @@ namespace plenar_ble {
 
 using plenar_ble_control::Air;
 
-/// Hears the loopback air on a thread of its own for as long as it lives. Destroying it waits for
-/// that thread, which must not be the caller's and may be waiting for the core's lock.
-class Watcher::Listener {
- public:
-  Listener(std::unique_ptr<DatagramReceiver> receiver, Watcher& watcher)
-      : receiver_(std::move(receiver)), thread_(StartLibraryThread([this, &watcher] {
-          // One byte more than is ever sent, so that what is too long shows.
-          std::array<std::uint8_t, kMaxDatagramLength + 1> buffer;
-          while (const auto length = receiver_->Receive(buffer)) {
-            watcher.OnDatagram(ByteView(buffer).first(*length));
-          }
-        })) {}
-  Listener(const Listener&) = delete;
-  Listener& operator=(const Listener&) = delete;
-  ~Listener() {
-    receiver_->Interrupt();
-    thread_.join();
-  }
-
- private:
-  std::unique_ptr<DatagramReceiver> receiver_;
-  std::thread thread_;
-};
-
-void Watcher::SetScanMode(int mode) {
-  if (mode < 0 || mode > 2) {
-    core_.Log(LogLevel::kError, "there is no scan mode " + std::to_string(mode));
-    return;
-  }
-  scan_mode_ = mode;
-}
-
 Result Watcher::Start() {
   if (!core_.initialised) return kNotInitialised;
   if (IsWatching()) return kAccepted;
-  if (core_.air == Air::kLoopback && listener_ == nullptr) {
-    auto receiver = DatagramReceiver::Open();
-    if (receiver == nullptr) {
+  if (core_.air == Air::kLoopback && !listener_.joinable()) {
+    const std::shared_ptr<DatagramSocket> socket = DatagramSocket::OpenToReceive();
+    if (socket == nullptr) {
       core_.Log(LogLevel::kError, "the socket to listen on cannot be opened");
       return kRefusedBySystem;
     }
-    listener_ = std::make_shared<Listener>(std::move(receiver), *this);
+    listener_ = StartLibraryThread([this, socket] {
+      // One byte more than is ever sent, so that what is too long shows.
+      std::array<std::uint8_t, kMaxDatagramLength + 1> buffer;
+      while (const auto length = socket->Receive(buffer)) {
+        OnDatagram(ByteView(buffer).first(*length));
+      }
+    });
+    receiver_ = socket;
   }
   watched_air_ = core_.air;
   if (watched_air_ == Air::kInProcess) {
@@ -71,8 +46,8 @@ void Watcher::Stop() {
   if (!core_.initialised) return;
   if (IsWatching()) core_.Log(LogLevel::kInformation, "watcher stops");
   Silence();
-  if (!core_.automatic_reports) return;
-  core_.scheduler.After(core_.delays.watcher_stopped, this, [this](RadioCore::Lock& lock) {
+  if (!core_.delays) return;
+  core_.scheduler.After(core_.delays->watcher_stopped, this, [this](RadioCore::Lock& lock) {
     lock.unlock();
     stopped(BleError::kNone);
   });
@@ -80,11 +55,12 @@ void Watcher::Stop() {
 
 void Watcher::TakeDown(RadioCore::Lock& lock) {
   Silence();
-  scan_mode_ = 0;
-  if (OnLibraryThread()) return;
-  auto listener = std::move(listener_);
+  if (OnLibraryThread() || !listener_.joinable()) return;
+  receiver_->Interrupt();
+  receiver_.reset();  // The thread holds it as well.
+  std::thread listener = std::move(listener_);
   lock.unlock();
-  listener.reset();
+  listener.join();
   lock.lock();
 }
 

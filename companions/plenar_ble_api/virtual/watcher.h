@@ -5,11 +5,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include <plenar_ble_api/ble_api.h>
 #include <plenar_ble_control/virtual_radio.h>
 
 #include "air/datagram.h"
+#include "air/datagram_socket.h"
 #include "radio/callable_slot.h"
 #include "radio/radio.h"
 #include "virtual/radio_core.h"
@@ -26,12 +28,9 @@ class Watcher {
  public:
   explicit Watcher(RadioCore& core) : core_(core) {}
 
-  void SetScanMode(int mode);
-  [[nodiscard]] int ScanMode() const { return scan_mode_; }
-
   Result Start();
   void Stop();
-  /// As a stop, without a report; the scan mode goes. Ends the thread that listens and waits for
+  /// As a stop, without a report. Ends the thread that listens and waits for
   /// it, with the lock given up, unless the caller is a thread of the library.
   void TakeDown(RadioCore::Lock& lock);
   [[nodiscard]] bool IsWatching() const { return watched_air_.has_value(); }
@@ -44,7 +43,6 @@ class Watcher {
   CallableSlot<BleError> stopped;
 
  private:
-  class Listener;
   struct Device {
     BleBroadcastInfo info;
     std::uint64_t interval_ms;
@@ -56,9 +54,9 @@ class Watcher {
   void OnDatagram(ByteView bytes);
 
   RadioCore& core_;
-  int scan_mode_ = 0;
   std::optional<plenar_ble_control::Air> watched_air_;
-  std::shared_ptr<Listener> listener_;        // From the first watch of the loopback air on.
+  std::thread listener_;  // From the first watch of the loopback air on, and its socket.
+  std::shared_ptr<DatagramSocket> receiver_;
   std::map<std::string, DevicePtr> devices_;  // By address.
 };
 

@@ -4,19 +4,16 @@
 #include "radio/radio.h"
 
 namespace plenar_ble {
-namespace {
-
-void Drop(void* library) {
-  FreeLibrary(static_cast<HMODULE>(library));
-}
-
-}  // namespace
 
 LibraryReference ReferToLibrary() {
   HMODULE library = nullptr;
   GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                      reinterpret_cast<const char*>(&ReferToLibrary), &library);
-  return {library, Drop};
+  return LibraryReference(library);
+}
+
+void LibraryRelease::operator()(void* library) const {
+  FreeLibrary(static_cast<HMODULE>(library));
 }
 
 }  // namespace plenar_ble

@@ -67,18 +67,18 @@ class VirtualRadio {
   /// loopback air, real time. Callables and settings are dropped, the radio is silent.
   virtual void Reset() = 0;
 
+  /// Not from inside an observer.
   virtual void SetCallObserver(CallObserver observer) = 0;
 
   /// What a function with a result returns from now on (0 initially). Unknown names throw
   /// `std::invalid_argument`. A function whose result is not 0 has no other effect.
   virtual void SetResult(std::string_view function, std::int32_t result) = 0;
 
-  /// The next `times` calls of a function throw `ScriptedFailure` out of it.
-  virtual void ThrowFrom(std::string_view function, int times) = 0;
+  /// The next call of a function throws `ScriptedFailure` out of it.
+  virtual void ThrowFrom(std::string_view function) = 0;
 
-  /// Whether starts and stops are reported by themselves (initially so).
-  virtual void SetAutomaticReports(bool automatic) = 0;
-  virtual void SetReportDelays(const ReportDelays& delays) = 0;
+  /// When starts and stops are reported (at once, initially). None: not by themselves.
+  virtual void SetReportDelays(std::optional<ReportDelays> delays) = 0;
 
   /// Reports made now, whatever the radio's state, on a thread of the library.
   virtual void ReportPublisherStatus(BlePublisherStatus status, BleError error) = 0;
@@ -93,13 +93,11 @@ class VirtualRadio {
   /// runs, for the first time at once; one of the same address is replaced.
   virtual void PutOnAir(const BleBroadcastInfo& device, std::uint64_t interval_ms) = 0;
 
-  [[nodiscard]] virtual bool IsInitialised() const = 0;
-  [[nodiscard]] virtual bool IsWatching() const = 0;
-  [[nodiscard]] virtual int ScanMode() const = 0;
   /// What is being advertised now; none while the publisher does not run.
   [[nodiscard]] virtual std::optional<Advertisement> Advertising() const = 0;
 
-  /// Replaces the machine's clock by one that only `AdvanceTo` moves, starting at `now_ms`.
+  /// Replaces the machine's clock by one that only `AdvanceTo` moves, starting at `now_ms`. To be
+  /// called before `BleInit`.
   virtual void UseManualTime(std::uint64_t now_ms) = 0;
   /// When the next report or broadcast is due.
   [[nodiscard]] virtual std::optional<std::uint64_t> NextDeadline() const = 0;
