@@ -85,10 +85,6 @@ LogStream& LogStream::Append(const char* text, std::size_t size) noexcept {
   return *this;
 }
 
-LogStream& LogStream::operator<<(const std::string& text) noexcept {
-  return Append(text.data(), text.size());
-}
-
 template <class Number>
 LogStream& LogStream::AppendNumber(Number value) noexcept {
   char digits[20];  // as many as any 64-bit number has, and its sign
@@ -100,16 +96,8 @@ LogStream& LogStream::operator<<(std::int32_t value) noexcept {
   return AppendNumber(value);
 }
 
-LogStream& LogStream::operator<<(std::uint32_t value) noexcept {
-  return AppendNumber(value);
-}
-
 LogStream& LogStream::operator<<(std::uint64_t value) noexcept {
   return AppendNumber(value);
-}
-
-LogStream& LogStream::operator<<(bool value) noexcept {
-  return Append(value ? "1" : "0", 1);
 }
 
 __logwriter::__logwriter(int at_level, std::string&& in_file, int at_line,
@@ -168,14 +156,12 @@ void ForwardLibraryLog(const char* file, int line, const char* function, int lev
 }
 
 void LogFailure(std::string_view file, int line, std::string_view function) noexcept {
-  if (base::log::GetLogLevel() < kError) return;
-  __logwriter writer = MakeLogWriter(kError, file, line, function);
   try {
     throw;
   } catch (const std::exception& exception) {
-    writer.Stream() << "operation failed: " << exception.what();
+    QV_LOG_FROM(kError, file, function, line) << "operation failed: " << exception.what();
   } catch (...) {
-    writer.Stream() << "operation failed";
+    QV_LOG_FROM(kError, file, function, line) << "operation failed";
   }
 }
 

@@ -27,11 +27,13 @@ struct LogStream {
     // Here, so that the length of a literal is no work.
     return text == nullptr ? *this : Append(text, std::char_traits<char>::length(text));
   }
-  LogStream& operator<<(const std::string& text) noexcept;
+  LogStream& operator<<(const std::string& text) noexcept {
+    return Append(text.data(), text.size());
+  }
   LogStream& operator<<(std::int32_t value) noexcept;
-  LogStream& operator<<(std::uint32_t value) noexcept;
+  LogStream& operator<<(std::uint32_t value) noexcept { return *this << std::uint64_t{value}; }
   LogStream& operator<<(std::uint64_t value) noexcept;
-  LogStream& operator<<(bool value) noexcept;
+  LogStream& operator<<(bool value) noexcept { return Append(value ? "1" : "0", 1); }
   template <class T>
   LogStream& operator<<(T value) = delete;  // no silent conversion of any other type
 
@@ -109,10 +111,13 @@ consteval std::string_view BaseName(const char* path) {
 #define QV_LOG(level) QV_LOG_AT(level, __func__, __LINE__)
 
 /// A log statement whose function and line are fixed texts of the log, wherever it stands.
-#define QV_LOG_AT(level, function, line)      \
-  if (::base::log::GetLogLevel() < (level)) { \
-  } else                                      \
-    QV_LOG_WRITER(level, function, line)
+#define QV_LOG_AT(level, function, line) \
+  QV_LOG_FROM(level, ::quorvel_service::BaseName(__FILE__), function, line)
+
+#define QV_LOG_FROM(level, file, function, line) \
+  if (::base::log::GetLogLevel() < (level)) {    \
+  } else                                         \
+    ::quorvel_service::MakeLogWriter(level, file, line, function).Stream()
 
 /// A log statement that first, and only if the line is written, takes `value` into `name`: for
 /// error codes, which building the writer can overwrite.
@@ -120,12 +125,8 @@ consteval std::string_view BaseName(const char* path) {
   if (::base::log::GetLogLevel() < (level)) {       \
   } else if (const auto name = (value); false) {    \
   } else                                            \
-    QV_LOG_WRITER(level, function, __LINE__)
+    QV_LOG_AT(level, function, __LINE__)
 
 /// In a handler: logs the exception, which goes no further.
 #define QV_LOG_FAILURE() \
   ::quorvel_service::LogFailure(::quorvel_service::BaseName(__FILE__), __LINE__, __func__)
-
-#define QV_LOG_WRITER(level, function, line)                                                     \
-  ::quorvel_service::MakeLogWriter(level, ::quorvel_service::BaseName(__FILE__), line, function) \
-      .Stream()

@@ -10,8 +10,6 @@
 
 namespace quorvel_service {
 
-ServiceBase::ServiceBase() : listeners_(std::make_shared<Listeners>()) {}
-
 ServiceBase::~ServiceBase() {
   listeners_->clear();
 }

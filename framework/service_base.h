@@ -17,7 +17,7 @@ namespace quorvel_service {
 /// skipped.
 class ServiceBase : public IService {
  public:
-  ServiceBase();
+  ServiceBase() = default;
   ServiceBase(const ServiceBase&) = delete;
   ServiceBase& operator=(const ServiceBase&) = delete;
   ~ServiceBase() override;
@@ -35,7 +35,7 @@ class ServiceBase : public IService {
   using Listeners = std::set<IServiceListener*>;
 
   // Shared with an event under way, which outlives this object when a listener destroys it.
-  std::shared_ptr<Listeners> listeners_;
+  std::shared_ptr<Listeners> listeners_ = std::make_shared<Listeners>();
 };
 
 }  // namespace quorvel_service

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <variant>
 
 #include <plenar_base/location.h>
@@ -77,11 +78,34 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
   using Continuation = std::function<void(const T&)>;
 
   FutureClient() : StateHolder(FutureState::kPending) {}
-  ~FutureClient() override;
+
+  ~FutureClient() override {
+    destroyed_ = true;  // no other thread can be inside any more
+    if (state_ == FutureState::kValueSet) return;
+    {
+      std::lock_guard lock(mutex_);
+      if (!CompareAndSet(FutureState::kPending, FutureState::kGivenUp)) return;
+    }
+    if (!continuation_ || !executor_) return;
+    for (const FutureExecutor::TaskId id : posted_) {
+      if (id == 0) continue;
+      try {
+        executor_->CancelTask(id);
+      } catch (...) {  // the task finds nothing to do anyway
+      }
+    }
+  }
 
   /// Completes the future. False, and nothing is stored, if it was not pending. `delay_ms` is
   /// how long an executor waits before it runs the continuation.
-  bool SetValue(T value, std::uint64_t delay_ms, Location location);
+  bool SetValue(T value, std::uint64_t delay_ms, Location location) {
+    std::unique_lock lock(mutex_);
+    if (!CompareAndSet(FutureState::kPending, FutureState::kValueSet)) return false;
+    value_ = std::move(value);
+    delay_ms_ = delay_ms;
+    CallThenFuncIfAvailable(std::move(lock), location);
+    return true;
+  }
 
   /// Attaches the one continuation, and the executor that runs it (null: it runs inline). On a
   /// future that is already complete it is run, or posted, at once. Runs at most once; what it
@@ -89,15 +113,69 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
   ///
   /// If the executor's post throws, that passes out of the call that posts, the value and the
   /// continuation stay, and the next `Then` posts again.
-  void Then(Continuation continuation, std::shared_ptr<FutureExecutor> executor, Location location);
+  void Then(Continuation continuation, std::shared_ptr<FutureExecutor> executor,
+            Location location) {
+    std::unique_lock lock(mutex_);
+    if (!continuation_ && !claimed_) {
+      continuation_ = std::move(continuation);
+      executor_ = std::move(executor);
+    }
+    CallThenFuncIfAvailable(std::move(lock), location);
+  }
 
   /// The value; a default-made one while there is none.
-  [[nodiscard]] T Value() const;
+  [[nodiscard]] T Value() const {
+    std::lock_guard lock(mutex_);
+    const T* const value = std::get_if<T>(&value_);
+    return value != nullptr ? *value : T();
+  }
 
  private:
-  void CallThenFuncIfAvailable(std::unique_lock<std::mutex> lock, Location location);
-  void Post(Location location);
-  void Run(const Continuation& continuation) const;
+  // What others do is called without the lock: an executor may run the task before it returns, and
+  // a continuation may ask this future for something, or drop its last owner.
+  void CallThenFuncIfAvailable(std::unique_lock<std::mutex> lock, Location location) {
+    if (state_ != FutureState::kValueSet || !continuation_ || claimed_) return;
+    claimed_ = true;
+    const auto keep_alive = weak_from_this().lock();
+    if (executor_) {
+      lock.unlock();
+      Post(location);
+    } else {
+      const Continuation continuation = std::exchange(continuation_, nullptr);
+      lock.unlock();
+      Run(continuation);
+    }
+  }
+
+  void Post(Location location) {
+    try {
+      auto task = [weak = weak_from_this()] {
+        const auto self = std::static_pointer_cast<FutureClient>(weak.lock());
+        if (!self) return;
+        std::unique_lock lock(self->mutex_);
+        if (self->destroyed_) return;
+        const Continuation continuation = std::exchange(self->continuation_, nullptr);
+        lock.unlock();
+        if (continuation) self->Run(continuation);
+      };
+      const FutureExecutor::TaskId id =
+          delay_ms_ == 0 ? executor_->PostTask(std::move(task), location)
+                         : executor_->PostDelayedTask(delay_ms_, std::move(task), location);
+      std::lock_guard lock(mutex_);
+      posted_[posted_[0] == 0 ? 0 : 1] = id;
+    } catch (...) {
+      std::lock_guard lock(mutex_);
+      claimed_ = false;
+      throw;
+    }
+  }
+
+  void Run(const Continuation& continuation) const {
+    try {
+      continuation(std::get<T>(value_));  // never changes again, so needs no lock
+    } catch (...) {  // is the consumer's own affair, and none of the producer's
+    }
+  }
 
   std::variant<std::monostate, std::exception_ptr, T> value_;
   std::uint64_t delay_ms_ = 0;
@@ -111,5 +189,3 @@ class FutureClient final : public FutureClientBase, public StateHolder<FutureSta
 using VariantFuture = FutureClient<std::shared_ptr<variant::Variant>>;
 
 }  // namespace base::future
-
-#include <plenar_base/future_inl.h>

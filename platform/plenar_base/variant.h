@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,12 +25,10 @@ class PLENAR_BASE_EXPORT Variant {
 
   Variant() noexcept;
   explicit Variant(bool value) noexcept;
-  explicit Variant(int value) noexcept;
-  explicit Variant(unsigned value) noexcept;
-  explicit Variant(long value) noexcept;
-  explicit Variant(unsigned long value) noexcept;
-  explicit Variant(long long value) noexcept;
-  explicit Variant(unsigned long long value) noexcept;
+  template <std::signed_integral Integer>
+  explicit Variant(Integer value) noexcept : value_(std::int64_t{value}) {}
+  template <std::unsigned_integral Integer>
+  explicit Variant(Integer value) noexcept : value_(std::uint64_t{value}) {}
   explicit Variant(std::string value) noexcept;
   explicit Variant(const char* value);  ///< Null counts as an empty text.
   Variant(const Variant& other);

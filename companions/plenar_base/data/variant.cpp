@@ -52,12 +52,6 @@ auto* Find(Members* members, std::string_view key) noexcept {
 
 Variant::Variant() noexcept = default;
 Variant::Variant(bool value) noexcept : value_(value) {}
-Variant::Variant(int value) noexcept : value_(std::int64_t{value}) {}
-Variant::Variant(unsigned value) noexcept : value_(std::uint64_t{value}) {}
-Variant::Variant(long value) noexcept : value_(std::int64_t{value}) {}
-Variant::Variant(unsigned long value) noexcept : value_(std::uint64_t{value}) {}
-Variant::Variant(long long value) noexcept : value_(std::int64_t{value}) {}
-Variant::Variant(unsigned long long value) noexcept : value_(std::uint64_t{value}) {}
 Variant::Variant(std::string value) noexcept : value_(std::move(value)) {}
 Variant::Variant(const char* value) : Variant(std::string(value != nullptr ? value : "")) {}
 

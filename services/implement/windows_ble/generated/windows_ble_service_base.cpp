@@ -103,11 +103,6 @@ void WindowsBleServiceNotifier::NotifyDeviceJson(const std::string& device_json)
   Notify(windows_ble::event::kDeviceJson, "device_json", device_json);
 }
 
-WindowsBleServiceBase::WindowsBleServiceBase()
-    : notifier_(std::make_unique<WindowsBleServiceNotifier>(this)) {}
-
-WindowsBleServiceBase::~WindowsBleServiceBase() = default;
-
 std::string WindowsBleServiceBase::ServiceName() {
   return windows_ble::kServiceName;
 }

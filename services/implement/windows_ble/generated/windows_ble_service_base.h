@@ -34,9 +34,6 @@ class WindowsBleServiceNotifier {
 /// futures. The order of the virtual operations is part of the contract. [main looper]
 class WindowsBleServiceBase : public ServiceBase {
  public:
-  WindowsBleServiceBase();
-  ~WindowsBleServiceBase() override;
-
   static std::string ServiceName();
 
   std::shared_ptr<base::future::VariantFuture> Call(
@@ -57,7 +54,8 @@ class WindowsBleServiceBase : public ServiceBase {
   [[nodiscard]] WindowsBleServiceNotifier& Notifier() noexcept { return *notifier_; }
 
  private:
-  std::unique_ptr<WindowsBleServiceNotifier> notifier_;
+  std::unique_ptr<WindowsBleServiceNotifier> notifier_ =
+      std::make_unique<WindowsBleServiceNotifier>(this);
 };
 
 }  // namespace quorvel_service

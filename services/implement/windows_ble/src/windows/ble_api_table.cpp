@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 #include "services/implement/windows_ble/src/windows/build_settings.h"
 
 namespace quorvel_service {
@@ -35,9 +37,7 @@ const BleApiBinding* BleApiTable::Bind(HMODULE library) noexcept {
 }
 
 void BleApiTable::Unload() noexcept {
-  if (module == nullptr) return;
-  ::FreeLibrary(module);
-  module = nullptr;
+  if (module != nullptr) ::FreeLibrary(std::exchange(module, nullptr));
 }
 
 void BleApiTable::WithdrawCallables() const noexcept {

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include <plenar_base/json.h>
-#include <plenar_base/location.h>
 #include <plenar_ble_api/ble_api.h>
 
 #include "framework/guard.h"
@@ -94,20 +93,18 @@ std::int32_t BleWrapper::InnerStartBroadcast() noexcept {
 void BleWrapper::RegisterBroadcastPublisherStatusChangedCB() {
   BleApi().Call<&BleApiTable::BleServerSetStatusChangedCB>(
       Guarded([this](BlePublisherStatus status, BleError err) {
-        PostToMainLooper(
-            [this, status, err] {
-              QV_LOG(kInformation) << "broadcast publisher status changed, status: "
-                                   << static_cast<std::int32_t>(status)
-                                   << ", err: " << static_cast<std::int32_t>(err);
-              DoPublisherStatusChangedInfo(status, err);
-              publisher_status_ = status;
-              if (need_restart_broadcast_ && status == BlePublisherStatus::kStopped) {
-                QV_LOG(kInformation) << "restart broadcast";
-                InnerStartBroadcast();
-                need_restart_broadcast_ = false;
-              }
-            },
-            base::Location(__FILE__, __LINE__));
+        PostToMainLooper({__FILE__, __LINE__}, [this, status, err] {
+          QV_LOG(kInformation) << "broadcast publisher status changed, status: "
+                               << static_cast<std::int32_t>(status)
+                               << ", err: " << static_cast<std::int32_t>(err);
+          DoPublisherStatusChangedInfo(status, err);
+          publisher_status_ = status;
+          if (need_restart_broadcast_ && status == BlePublisherStatus::kStopped) {
+            QV_LOG(kInformation) << "restart broadcast";
+            InnerStartBroadcast();
+            need_restart_broadcast_ = false;
+          }
+        });
       }));
 }
 

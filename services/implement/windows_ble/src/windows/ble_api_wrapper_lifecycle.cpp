@@ -2,12 +2,9 @@
 #include <cstdint>
 #include <optional>
 
-#include <plenar_base/location.h>
 #include <plenar_base/time.h>
-#include <plenar_base/timer.h>
 #include <plenar_ble_api/ble_api.h>
 
-#include "framework/guard.h"
 #include "framework/log_writer.h"
 #include "framework/main_looper.h"
 #include "framework/process_end.h"
@@ -105,8 +102,7 @@ void BleWrapper::StartInitCheckTimer(std::uint64_t interval) {
   QV_LOG(kInformation) << "enter, has_retry_time_ = " << has_retry_time_
                        << ",retry_time_ = " << retry_time_;
   if (init_check_timer_ == nullptr && has_retry_time_ < retry_time_) {
-    init_check_timer_ = base::threading::CreateTimer(Guarded([this] { DoInitCheckCallback(); }),
-                                                     base::Location(__FILE__, __LINE__));
+    init_check_timer_ = MakeTimer({__FILE__, __LINE__}, [this] { DoInitCheckCallback(); });
   }
   if (retry_time_ >= kLongRetryBudget) interval = long_retry_interval_;
   if (init_check_timer_ != nullptr && !init_check_timer_->IsRunning()) {

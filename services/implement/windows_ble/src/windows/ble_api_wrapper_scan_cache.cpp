@@ -7,7 +7,6 @@
 
 #include <plenar_base/crypto.h>
 #include <plenar_base/json.h>
-#include <plenar_base/location.h>
 #include <plenar_base/time.h>
 #include <plenar_ble_api/ble_api.h>
 
@@ -68,19 +67,17 @@ void BleWrapper::RegisterBroadcastReceivedCB() {
   BleApi().Call<&BleApiTable::BleClientSetReceivedBroadcastCB>(
       Guarded([this](const BleBroadcastInfo& received) {
         if (!watch_filter_.Matches(received)) return;
-        PostToMainLooper(
-            [this, item = MakeItem(received)]() mutable {
-              QV_LOG(kInformation) << "find broadcast, ble addr: " << item.device_id;
-              item.timestamp = util::time::GetTimestamp();
-              scan_cache_.Store(std::move(item));
-              has_new_scan_result_ = true;
-              if (scan_cache_.Size() >= kSweepSize) {
-                QV_LOG(kInformation) << "scan caches more than 30, clear expired cache";
-                scan_cache_.RemoveExpired(util::time::GetTimestamp());
-              }
-              CheckIsGettingCache();
-            },
-            base::Location(__FILE__, __LINE__));
+        PostToMainLooper({__FILE__, __LINE__}, [this, item = MakeItem(received)]() mutable {
+          QV_LOG(kInformation) << "find broadcast, ble addr: " << item.device_id;
+          item.timestamp = util::time::GetTimestamp();
+          scan_cache_.Store(std::move(item));
+          has_new_scan_result_ = true;
+          if (scan_cache_.Size() >= kSweepSize) {
+            QV_LOG(kInformation) << "scan caches more than 30, clear expired cache";
+            scan_cache_.RemoveExpired(util::time::GetTimestamp());
+          }
+          CheckIsGettingCache();
+        });
       }));
 }
 

@@ -3,8 +3,6 @@
 #include <iterator>
 #include <string>
 
-#include <plenar_base/location.h>
-#include <plenar_base/timer.h>
 #include <plenar_ble_api/ble_api.h>
 
 #include "framework/guard.h"
@@ -92,13 +90,10 @@ std::int32_t BleWrapper::InnerWatchBroadcast() noexcept try {
 
 void BleWrapper::RegisterBroadcastWatherStoppedCB() {
   BleApi().Call<&BleApiTable::BleClientSetStoppedWatchBroadcastCB>(Guarded([this](BleError err) {
-    PostToMainLooper(
-        [this, err] {
-          QV_LOG(kInformation) << "broadcast wather stopped, err: "
-                               << static_cast<std::int32_t>(err);
-          OnBroadcastWatherStopped();
-        },
-        base::Location(__FILE__, __LINE__));
+    PostToMainLooper({__FILE__, __LINE__}, [this, err] {
+      QV_LOG(kInformation) << "broadcast wather stopped, err: " << static_cast<std::int32_t>(err);
+      OnBroadcastWatherStopped();
+    });
   }));
 }
 
@@ -114,16 +109,14 @@ void BleWrapper::OnBroadcastWatherStopped() {
 
 void BleWrapper::MakeStoppedCheckTimer() {
   if (stopped_check_timer_ != nullptr) return;
-  stopped_check_timer_ = base::threading::CreateTimer(
-      Guarded([this] {
-        QV_LOG(kInformation) << "need_to_watch_broadcast_:" << need_to_watch_broadcast_;
-        if (need_to_watch_broadcast_) {
-          OnBroadcastWatherStopped();
-        } else {
-          watcher_status_ = kWatcherStopped;
-        }
-      }),
-      base::Location(__FILE__, __LINE__));
+  stopped_check_timer_ = MakeTimer({__FILE__, __LINE__}, [this] {
+    QV_LOG(kInformation) << "need_to_watch_broadcast_:" << need_to_watch_broadcast_;
+    if (need_to_watch_broadcast_) {
+      OnBroadcastWatherStopped();
+    } else {
+      watcher_status_ = kWatcherStopped;
+    }
+  });
 }
 
 void BleWrapper::StartStoppedCheckTimer(std::uint64_t delay) {
@@ -134,12 +127,11 @@ void BleWrapper::StartStoppedCheckTimer(std::uint64_t delay) {
 void BleWrapper::StartBroadcastCBTimer(std::uint64_t interval) {
   QV_LOG(kInformation) << "enter";
   if (broadcast_cb_timer_ == nullptr) {
-    broadcast_cb_timer_ = base::threading::CreateTimer(Guarded([this] {
-                                                         if (!has_new_scan_result_) return;
-                                                         has_new_scan_result_ = false;
-                                                         DoScanCallback();
-                                                       }),
-                                                       base::Location(__FILE__, __LINE__));
+    broadcast_cb_timer_ = MakeTimer({__FILE__, __LINE__}, [this] {
+      if (!has_new_scan_result_) return;
+      has_new_scan_result_ = false;
+      DoScanCallback();
+    });
   }
   if (!broadcast_cb_timer_->IsRunning()) broadcast_cb_timer_->Start(interval, true);
 }

@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -35,21 +36,9 @@ static_assert(sizeof(DEV_BROADCAST_DEVICEINTERFACE_A) == 32);
 static_assert(sizeof(SP_DEVINFO_DATA) == 32);
 static_assert(sizeof(BLUETOOTH_FIND_RADIO_PARAMS) == 4);
 
-/// A set of devices that is freed with the scope.
-class DeviceSet {
- public:
-  explicit DeviceSet(HDEVINFO devices) noexcept : devices_(devices) {}
-  DeviceSet(const DeviceSet&) = delete;
-  DeviceSet& operator=(const DeviceSet&) = delete;
-  ~DeviceSet() {
-    if (IsValid()) ::SetupDiDestroyDeviceInfoList(devices_);
-  }
-
-  [[nodiscard]] bool IsValid() const noexcept { return devices_ != INVALID_HANDLE_VALUE; }
-  [[nodiscard]] HDEVINFO Get() const noexcept { return devices_; }
-
- private:
-  HDEVINFO devices_;
+struct DeviceSetDeleter {
+  using pointer = HDEVINFO;
+  void operator()(HDEVINFO devices) const noexcept { ::SetupDiDestroyDeviceInfoList(devices); }
 };
 
 /// The registry value that says whether a radio answers inquiries: 1 is yes. None if the device has
@@ -121,18 +110,19 @@ bool BleWrapper::CheckBleRadioIsOn() const {
 }
 
 bool BleWrapper::CheckBleRadioIsDiscoverable() const {
-  const DeviceSet devices(::SetupDiGetClassDevsA(&kRadioInterfaceClass, nullptr, nullptr,
-                                                 DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
-  if (!devices.IsValid()) {
+  const HDEVINFO found = ::SetupDiGetClassDevsA(&kRadioInterfaceClass, nullptr, nullptr,
+                                                DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+  if (found == INVALID_HANDLE_VALUE) {
     QV_LOG_TAKING(kError, __func__, error, static_cast<std::uint32_t>(::GetLastError()))
         << "SetupDiGetClassDevs failed, system error: " << error;
     return false;
   }
+  const std::unique_ptr<HDEVINFO, DeviceSetDeleter> devices(found);
   SP_DEVINFO_DATA device = {};
   device.cbSize = sizeof(device);
-  for (DWORD index = 0; ::SetupDiEnumDeviceInfo(devices.Get(), index, &device); ++index) {
+  for (DWORD index = 0; ::SetupDiEnumDeviceInfo(found, index, &device); ++index) {
     char id[260] = {};
-    if (!::SetupDiGetDeviceInstanceIdA(devices.Get(), &device, id, sizeof(id), nullptr)) continue;
+    if (!::SetupDiGetDeviceInstanceIdA(found, &device, id, sizeof(id), nullptr)) continue;
     if (const auto value = WriteScanEnable(id)) return *value == 1;
   }
   return false;

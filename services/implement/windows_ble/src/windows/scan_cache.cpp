@@ -29,24 +29,20 @@ struct Entry {
 }  // namespace
 
 void ScanCache::Store(ScanCacheItem item) {
-  // The last place, unless the clock was set back.
-  auto place = items_.end();
-  while (place != items_.begin() && std::prev(place)->timestamp > item.timestamp) --place;
-
-  const auto stored = items_.insert(place, std::move(item));
+  Items added;
+  const auto stored = added.insert(added.end(), std::move(item));
   if (auto known = places_.extract(stored->device_id)) {
     items_.erase(known.mapped());
     known.key() = stored->device_id;
     known.mapped() = stored;
     places_.insert(std::move(known));
-    return;
-  }
-  try {
+  } else {
     places_.emplace(stored->device_id, stored);
-  } catch (...) {
-    items_.erase(stored);
-    throw;
   }
+  // The last place, unless the clock was set back.
+  auto place = items_.end();
+  while (place != items_.begin() && std::prev(place)->timestamp > stored->timestamp) --place;
+  items_.splice(place, added);
 }
 
 void ScanCache::RemoveExpired(std::uint64_t now) {

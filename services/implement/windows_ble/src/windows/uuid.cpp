@@ -1,6 +1,7 @@
 #include "services/implement/windows_ble/src/windows/uuid.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 namespace quorvel_service {
@@ -8,20 +9,9 @@ namespace {
 
 constexpr std::string_view kUuidForm = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
 
-constexpr bool IsBetween(char c, char first, char last) noexcept {
-  return first <= c && c <= last;
-}
-
+/// In ASCII, whatever the locale is.
 constexpr bool IsLetterOrDigit(char c) noexcept {
-  return IsBetween(c, '0', '9') || IsBetween(c, 'a', 'z') || IsBetween(c, 'A', 'Z');
-}
-
-/// -1 for a character that is not a hexadecimal digit.
-constexpr int HexValue(char c) noexcept {
-  if (IsBetween(c, '0', '9')) return c - '0';
-  if (IsBetween(c, 'a', 'f')) return c - 'a' + 10;
-  if (IsBetween(c, 'A', 'F')) return c - 'A' + 10;
-  return -1;
+  return ('0' <= c && c <= '9') || ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z');
 }
 
 }  // namespace
@@ -39,9 +29,11 @@ std::vector<std::uint8_t> UuidStringToBytes(const std::string& text) {
       ++i;
       continue;
     }
-    const int high = HexValue(text[i]);
-    const int low = i + 1 < text.size() ? HexValue(text[i + 1]) : -1;
-    if (high >= 0 && low >= 0) bytes[count++] = static_cast<std::uint8_t>(high * 16 + low);
+    const char* const pair = text.data() + i;
+    std::uint8_t byte = 0;
+    if (i + 1 < text.size() && std::from_chars(pair, pair + 2, byte, 16).ptr == pair + 2) {
+      bytes[count++] = byte;
+    }
     i += 2;
   }
   return bytes;
