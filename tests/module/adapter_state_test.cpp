@@ -14,8 +14,7 @@ class UpTest : public ServiceTest {
  protected:
   void SetUp() override {
     ServiceTest::SetUp();
-    CheckState();
-    Take();
+    Unrecorded([this] { CheckState(); });
   }
 };
 using AdapterStory = StoryTest<UpTest>;
@@ -28,8 +27,9 @@ TEST_F(AdapterStory, TheStateIsTheFirstFaultOfAdapterRadioAndDiscoverability) {
                {0, false, false, true}, {0, false, true, false}, {6, false, false, true},
                {3, true, false, true},  {-7, true, true, true}};
   for (const auto& [adapter, radio_on, discoverable, asked] : cases) {
-    SetAdapter(adapter);
-    SetRadioOn(radio_on);
+    Note("adapter " + std::to_string(adapter) + (radio_on ? ", radio on" : ", radio off"));
+    radio_->SetResult("BleCheckState", adapter);
+    pc_.SetRadioOn(radio_on);
     pc_.SetDiscoverable(discoverable);
     CheckState(asked);
     EXPECT_EQ(pc_.OpenHandleCount(), 0u);
@@ -61,8 +61,10 @@ TEST_F(AdapterStory, OtherMessagesAndThoseAfterTheShutDownDoNothing) {
 }
 
 TEST_F(AdapterStory, ANestedCheckDoesNotDeliverTheReportAgain) {
-  UnInit();
-  Init(0);
+  Unrecorded([this] {
+    UnInit();
+    Init(0);
+  });
   listener_.on_event = [this](auto) { CheckState(); };
   CheckState();
   CheckState();
@@ -103,10 +105,12 @@ TEST_F(UpTest, TheFirstRadioWithAnAnswerDecidesDiscoverability) {
 }
 
 TEST_F(AdapterStory, AsksTheSystemForEachPresentRadio) {
-  pc_.SetDevices({{"first radio", true, Number(3)}, {"second radio", true, Number(1)}});
-  for (const char* call : {"none", "SetupDiGetDeviceInstanceIdA", "RegOpenKeyExA",
-                           "RegQueryValueExA", "SetupDiGetClassDevsA"}) {
-    Note(std::string("failing: ") + call);
+  pc_.SetDevices({{"nameless", true, Number(1)},
+                  {"without key", false, Number(1)},
+                  {"without value", true, std::nullopt},
+                  {"with an answer", true, Number(3)},
+                  {"too late", true, Number(1)}});
+  for (const char* call : {"SetupDiGetDeviceInstanceIdA", "SetupDiGetClassDevsA"}) {
     pc_.FailNext(call, 1784);
     CheckState(true);
   }

@@ -13,11 +13,11 @@ TEST_F(AdvertisingStory, TakesUuidTextOfAnyLettersAndDigits) {
        {kUuid, "12345678-9abc-def0-1234-56789abcdef0", "12g45678-9ABC-DEF0-1234-56789ABCDEF0",
         "zzzzzzzz-zzzz-zzzz-zzzz-zzzzzzzzzz0F"}) {
     Advertise(uuid, std::string("a\0\xFF", 3));
-    StopAdvertising();
   }
 }
 
 TEST_F(AdvertisingStory, RefusesOtherTextAndMoreThan28Bytes) {
+  base::log::SetLogLevel(3);
   for (const char* uuid :
        {"", "12345678-9ABC-DEF0-1234-56789ABCDEF", "12345678-9ABC-DEF0-1234-56789ABCDEF00",
         "{12345678-9ABC-DEF0-1234-56789ABCDEF0}", "123456789-ABC-DEF0-1234-56789ABCDEF0",
@@ -32,7 +32,7 @@ TEST_F(AdvertisingStory, RefusesOtherTextAndMoreThan28Bytes) {
 }
 
 TEST_F(AdvertisingStory, WhatARequestDoesDependsOnTheStatus) {
-  for (const int status : {4, 1, 3, 0, 77}) {
+  for (const int status : {1, 3, 0, 77}) {
     ReportStatus(status, 7);
     Advertise(kUuid, "x");
     Advertise("invalid", "x");
@@ -41,8 +41,10 @@ TEST_F(AdvertisingStory, WhatARequestDoesDependsOnTheStatus) {
 }
 
 TEST_F(AdvertisingStory, RestartsWithOtherData) {
-  Advertise(kUuid, "old");
-  ReportStatus(2);
+  Unrecorded([this] {
+    Advertise(kUuid, "old");
+    ReportStatus(2);
+  });
   Advertise(kUuid, "old");
   Advertise(kUuid, "new");
   Advertise(kOther, "newest");
@@ -68,8 +70,10 @@ TEST_F(AdvertisingStory, TheLibraryMayRefuse) {
 }
 
 TEST_F(AdvertisingStory, APublisherInUseForgetsTheData) {
-  Advertise(kUuid, "x");
-  ReportStatus(2);
+  Unrecorded([this] {
+    Advertise(kUuid, "x");
+    ReportStatus(2);
+  });
   ReportStatus(2, 102);
   Advertise(kUuid, "x");
 }

@@ -62,12 +62,12 @@ TEST_F(ServiceStory, DecodesWhatTheHostGives) {
            Args({{"scan_mode", 1LL << 40},
                  {"continue_callback_enable", true},
                  {"broadcast_cb_interval", std::numeric_limits<std::uint64_t>::max()}}),
-           Args({{"retry_time", -(1LL << 40)}, {"need_check_discoverable", true}}),
        }) {
-    for (const auto id : {method::kStartWatchBroadcast, method::kStartBroadcast, method::kInit}) {
-      Call(id, arguments);
-    }
+    Call(method::kStartWatchBroadcast, arguments);
+    Call(method::kStartBroadcast, arguments);
   }
+  Call(method::kInit);
+  Call(method::kInit, Args({{"retry_time", -(1LL << 40)}}));
 }
 
 TEST_F(ServiceStory, RefusesEveryOtherMethod) {
@@ -112,7 +112,7 @@ class ListenersStory : public ServiceStory {
     service_->RemoveListener(&listener_);
     for (const int i : {2, 0, 1, 0}) service_->AddListener(&listeners_[i]);
     service_->AddListener(nullptr);
-    kinds_ = kEvent | kNote;
+    kinds_ = kCall | kEvent | kNote;
   }
 
   RecordingListener listeners_[3] = {RecordingListener(recorder_, "a"),

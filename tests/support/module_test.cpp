@@ -1,5 +1,6 @@
 #include "tests/support/module_test.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
@@ -128,17 +129,17 @@ void ModuleTest::DestroyService(quorvel_service::IService* service) {
 }
 
 void ModuleTest::Start() {
-  recorder_.is_on = false;
-  LoadModule();
-  service_ = CreateService();
-  recorder_.is_on = true;
+  Unrecorded([this] {
+    LoadModule();
+    service_ = CreateService();
+  });
 }
 
 void ModuleTest::Restart() {
-  recorder_.is_on = false;
-  UnloadModule();
-  SetUp();
-  recorder_.is_on = true;
+  Unrecorded([this] {
+    UnloadModule();
+    SetUp();
+  });
 }
 
 void ModuleTest::ReleaseBleApi() {
@@ -160,10 +161,20 @@ void ModuleTest::CompareStory(unsigned kinds) {
   static const std::regex paths(R"((full path: ).*(\\plenar_ble_api\.dll, dir:).*(\\))");
   static const std::regex line_ends("\n *");
   std::string story;
+  std::vector<std::size_t> calls;  // that have not returned yet: where their lines end
   for (const auto& line : Take(kinds)) {
+    if (line.starts_with("ret ")) {
+      story.insert(calls.back(), " -> " + line.substr(4));
+      calls.pop_back();
+      continue;
+    }
+    const bool is_call = line.starts_with("call ");
+    const bool is_step = is_call || line.starts_with("> ");
+    story.append(4 * std::max<std::size_t>(calls.size(), is_step ? 0 : 1), ' ');
     const auto text = std::regex_replace(line, paths, "$1*$2*$3");
-    story +=
-        (text.starts_with("> ") ? "" : "    ") + std::regex_replace(text, line_ends, " ") + '\n';
+    story += is_call ? "> " + line.substr(5) : std::regex_replace(text, line_ends, " ");
+    if (is_call) calls.push_back(story.size());
+    story += '\n';
   }
   if (std::getenv("QVS_WRITE_STORIES") != nullptr) std::ofstream(file) << story;
   std::ostringstream expected;
@@ -173,7 +184,7 @@ void ModuleTest::CompareStory(unsigned kinds) {
 
 int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments) {
   for (const auto& [known, name] : kMethodNames) {
-    if (known == id) Note(name);
+    if (known == id) recorder_.Add(kCall, std::string("call ") + name);
   }
   std::shared_ptr<base::future::VariantFuture> future;
   {
@@ -186,7 +197,7 @@ int ModuleTest::Call(std::uint64_t id, const std::shared_ptr<Variant>& arguments
   EXPECT_EQ(result->Keys(), std::vector<std::string>{"ret"});
   EXPECT_EQ(result->Get("ret").GetType(), Variant::Type::kSigned);
   const int ret = result->Get("ret").AsInt32();
-  recorder_.Add(kResult, "ret " + std::to_string(ret));
+  recorder_.Add(kCall, "ret " + std::to_string(ret));
   return ret;
 }
 

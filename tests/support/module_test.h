@@ -159,6 +159,14 @@ class ModuleTest : public testing::Test {
     RunFor(milliseconds);
   }
 
+  /// Does what only sets the scene: nothing of it is recorded.
+  template <class Action>
+  void Unrecorded(const Action& action) {
+    const bool was_on = recorder_.is_on.exchange(false);
+    action();
+    recorder_.is_on = was_on;
+  }
+
   /// Compares what is recorded with the case's text.
   void CompareStory(unsigned kinds);
 

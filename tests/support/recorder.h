@@ -18,15 +18,15 @@ using Lines = std::vector<std::string>;
 
 /// What a recorded line tells of, and how it reads.
 enum Kind : unsigned {
-  kResult = 1,       ///< "ret 0": a method's result code.
+  kCall = 1,         ///< "call Init", "ret 0": a method, and later its result code.
   kEvent = 2,        ///< "state 4", "status_info {"status":2,"err":0}"
   kLog = 4,          ///< "3 Init: ble init failed, ret: 5": level, function, message.
   kBle = 8,          ///< "ble BleClientSetScanMode(mode=1)": a call of the BLE API library.
   kWindows = 16,     ///< "win CreateWindowExA(...)": a Windows call; handles read "*".
   kLibraryLog = 32,  ///< As `kLog`, with the origin's tag in front.
   kPlace = 64,       ///< "at file.cpp:12": where the log line that follows comes from.
-  kNote = 128,       ///< "> Init": what the test does.
-  kUsual = kResult | kEvent | kLog | kBle,
+  kNote = 128,       ///< "> the radio is on": what the test does besides.
+  kUsual = kCall | kEvent | kLog | kBle,
 };
 
 /// Everything that a test sees of the module, merged in the order in which it happened. Lines may
