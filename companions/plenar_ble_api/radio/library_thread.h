@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 namespace plenar_ble {
@@ -16,6 +17,14 @@ namespace plenar_ble {
 /// Runs `body`, which must not throw, on a thread of the library, the caller's if it is one, and
 /// returns when that is done.
 void RunOnLibraryThread(const std::function<void()>& body);
+
+/// Locks what is held while a radio goes up or down. A thread of the library may be what is waited
+/// for there, and so gets no lock when that is under way elsewhere.
+template <class Mutex>
+[[nodiscard]] std::unique_lock<Mutex> LockLifecycle(Mutex& mutex) {
+  if (OnLibraryThread()) return std::unique_lock(mutex, std::try_to_lock);
+  return std::unique_lock(mutex);
+}
 
 /// Makes a thread of somebody else's, on which the library was called back, count as one of the
 /// library's for as long as it lives.

@@ -76,8 +76,6 @@ class WindowsRadio final : public Radio {
  private:
   WindowsRadio() = default;
 
-  /// As of the virtual radio: a thread of the library may be what is waited for elsewhere.
-  std::unique_lock<std::mutex> LockLifecycle();
   void TakeDown(bool report_stopped);
   void JoinThreads();
   /// Null before `Init`.
@@ -100,7 +98,7 @@ WindowsRadio& WindowsRadio::Instance() {
 }
 
 int WindowsRadio::Init(std::uintptr_t) {
-  const auto lifecycle = LockLifecycle();
+  const auto lifecycle = LockLifecycle(lifecycle_mutex_);
   if (!lifecycle) return kBusy;
   if (Current() != nullptr) return kAccepted;
   if (!OnLibraryThread()) JoinThreads();
@@ -166,13 +164,8 @@ void WindowsRadio::StopBroadcast() {
   }
 }
 
-std::unique_lock<std::mutex> WindowsRadio::LockLifecycle() {
-  if (OnLibraryThread()) return std::unique_lock(lifecycle_mutex_, std::try_to_lock);
-  return std::unique_lock(lifecycle_mutex_);
-}
-
 void WindowsRadio::TakeDown(bool report_stopped) {
-  const auto lifecycle = LockLifecycle();
+  const auto lifecycle = LockLifecycle(lifecycle_mutex_);
   if (!lifecycle) return;
   std::shared_ptr<Session> session;
   {

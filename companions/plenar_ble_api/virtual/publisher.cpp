@@ -27,6 +27,7 @@ Result Publisher::Start() {
       return kRefusedBySystem;
     }
   }
+  core_.scheduler.Start();
   Silence();
   on_air_ = data_;
   sender_ = std::move(sender);

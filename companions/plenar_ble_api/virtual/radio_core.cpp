@@ -1,6 +1,6 @@
 #include "virtual/radio_core.h"
 
-#include <new>
+#include <exception>
 #include <string>
 
 namespace plenar_ble {
@@ -14,8 +14,8 @@ void RadioCore::Log(LogLevel level, std::string_view message, const char* file, 
       lock.unlock();
       log(file, line, function, static_cast<int>(level), message.c_str());
     });
-  } catch (const std::bad_alloc&) {
-    // One line less.
+  } catch (const std::exception&) {
+    // Without memory or threads: one line less.
   }
 }
 

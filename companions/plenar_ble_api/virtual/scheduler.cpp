@@ -79,6 +79,7 @@ bool Scheduler::IsDue() const {
 }
 
 void Scheduler::Add(std::uint64_t delay, Entry entry) {
+  Start();
   queue_.emplace(DeadlineAfter(delay), std::move(entry));
   changed_.notify_all();
 }

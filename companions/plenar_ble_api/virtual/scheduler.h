@@ -30,7 +30,8 @@ class Scheduler {
 
   explicit Scheduler(std::mutex& mutex) : mutex_(mutex) {}
 
-  /// Starts the thread unless it runs.
+  /// Starts the thread unless it runs. Whatever is scheduled does so too; who must not fail half
+  /// way does it before.
   void Start();
   /// Drops everything scheduled and ends the thread once the task that is running is over. Waits
   /// for that, with the lock given up, unless the caller is a thread of the library.

@@ -32,18 +32,17 @@ VirtualRadio& VirtualRadio::Instance() {
 int VirtualRadio::Init(std::uintptr_t reserved) {
   const std::string arguments = "reserved=" + std::to_string(reserved);
   if (const int told = Begin("BleInit", arguments)) return told;
-  const auto lifecycle = LockLifecycle();
+  const auto lifecycle = LockLifecycle(lifecycle_mutex_);
   if (!lifecycle) return kBusy;
   if (!library_) library_ = ReferToLibrary();
   const Lock lock(core_.mutex);
-  core_.scheduler.Start();
   core_.initialised = true;
   return kAccepted;
 }
 
 void VirtualRadio::UnInit() {
   Begin("BleUnInit");
-  const auto lifecycle = LockLifecycle();
+  const auto lifecycle = LockLifecycle(lifecycle_mutex_);
   if (!lifecycle) return;
   TakeDown(true);
   if (!OnLibraryThread()) library_.reset();
@@ -118,7 +117,7 @@ void VirtualRadio::StopBroadcast() {
 }
 
 void VirtualRadio::Clear() {
-  const auto lifecycle = LockLifecycle();
+  const auto lifecycle = LockLifecycle(lifecycle_mutex_);
   if (!lifecycle) return;
   TakeDown(false);
   core_.log.Set({});
@@ -129,11 +128,6 @@ void VirtualRadio::Clear() {
   core_.air = plenar_ble_control::Air::kLoopback;
   core_.delays = plenar_ble_control::ReportDelays{};
   watcher_.ClearAir();
-}
-
-std::unique_lock<std::recursive_mutex> VirtualRadio::LockLifecycle() {
-  if (OnLibraryThread()) return std::unique_lock(lifecycle_mutex_, std::try_to_lock);
-  return std::unique_lock(lifecycle_mutex_);
 }
 
 void VirtualRadio::TakeDown(bool reports) {

@@ -22,7 +22,7 @@
 namespace plenar_ble {
 
 /// The radio that is heard on this machine only, and its control interface. It has threads only
-/// while it is initialised.
+/// while it is initialised and has something for them to do.
 class VirtualRadio final : public Radio, public plenar_ble_control::VirtualRadio {
  public:
   static VirtualRadio& Instance();
@@ -78,9 +78,6 @@ class VirtualRadio final : public Radio, public plenar_ble_control::VirtualRadio
   /// Begins a call: tells the observer, throws `ScriptedFailure` if so told, and returns what the
   /// function is to return in place of its work if that is not 0.
   std::int32_t Begin(std::string_view function, const std::string& arguments = {});
-  /// Taken while the radio goes up or down; none when that is under way elsewhere and the caller,
-  /// a thread of the library, may be what is waited for there.
-  std::unique_lock<std::recursive_mutex> LockLifecycle();
   void TakeDown(bool reports);
 
   mutable RadioCore core_;
