@@ -1,10 +1,8 @@
 #include "framework/log_writer.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <exception>
-#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -83,21 +81,6 @@ LogStream& LogStream::Append(const char* text, std::size_t size) noexcept {
   length += static_cast<std::int32_t>(taken);
   data[length] = '\0';
   return *this;
-}
-
-template <class Number>
-LogStream& LogStream::AppendNumber(Number value) noexcept {
-  char digits[20];  // as many as any 64-bit number has, and its sign
-  const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-  return Append(digits, static_cast<std::size_t>(end - digits));
-}
-
-LogStream& LogStream::operator<<(std::int32_t value) noexcept {
-  return AppendNumber(value);
-}
-
-LogStream& LogStream::operator<<(std::uint64_t value) noexcept {
-  return AppendNumber(value);
 }
 
 __logwriter::__logwriter(int at_level, std::string&& in_file, int at_line,

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <charconv>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -15,6 +18,11 @@ inline constexpr int kFatal = 1;
 inline constexpr int kError = 3;
 inline constexpr int kWarning = 4;
 inline constexpr int kInformation = 6;
+
+/// What a log line holds in decimal, booleans as 1 or 0. No other type is quietly converted.
+template <class T>
+concept LogNumber = std::same_as<T, std::int32_t> || std::same_as<T, std::uint32_t> ||
+    std::same_as<T, std::uint64_t> || std::same_as<T, bool>;
 
 /// A thread's buffer for the log line that is being put together. It never grows: text that does
 /// not fit is dropped. Appending allocates nothing.
@@ -30,17 +38,15 @@ struct LogStream {
   LogStream& operator<<(const std::string& text) noexcept {
     return Append(text.data(), text.size());
   }
-  LogStream& operator<<(std::int32_t value) noexcept;
-  LogStream& operator<<(std::uint32_t value) noexcept { return *this << std::uint64_t{value}; }
-  LogStream& operator<<(std::uint64_t value) noexcept;
-  LogStream& operator<<(bool value) noexcept { return Append(value ? "1" : "0", 1); }
-  template <class T>
-  LogStream& operator<<(T value) = delete;  // no silent conversion of any other type
+  template <LogNumber Number>
+  LogStream& operator<<(Number value) noexcept {
+    char digits[20];  // as many as any 64-bit number has, and its sign
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), +value).ptr;
+    return Append(digits, static_cast<std::size_t>(end - digits));
+  }
 
  private:
   LogStream& Append(const char* text, std::size_t size) noexcept;
-  template <class Number>
-  LogStream& AppendNumber(Number value) noexcept;
 };
 
 /// Writes one log line: made by a log statement, filled through `Stream()`, emitted by its

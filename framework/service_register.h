@@ -13,15 +13,10 @@ namespace quorvel_service {
 template <class T, class... Args>
 class ServiceRegister {
  public:
-  ServiceRegister(const ServiceRegister&) = delete;
-  ServiceRegister& operator=(const ServiceRegister&) = delete;
   // Naming the registrar makes the compiler define it. A virtual destructor is compiled for every
   // class that derives from this one; a constructor would be only where objects are made, which is
   // in what the registrar registers.
   virtual ~ServiceRegister() { static_cast<void>(&registrar_); }
-
- protected:
-  ServiceRegister() = default;
 
  private:
   using Factory = ServiceFactory<Args...>;

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <plenar_base/future.h>
-#include <plenar_base/location.h>
 #include <plenar_base/variant.h>
 
 #include "framework/guard.h"
@@ -15,7 +14,6 @@
 namespace quorvel_service {
 namespace {
 
-using base::Location;
 using base::future::VariantFuture;
 using base::variant::Variant;
 using Service = WindowsBleServiceBase;
@@ -71,36 +69,35 @@ std::int32_t CallMethod(const Method& method, Service& service, const Variant& a
 
 std::shared_ptr<VariantFuture> Completed(std::shared_ptr<Variant> value, int line) {
   auto future = std::make_shared<VariantFuture>();
-  future->SetValue(std::move(value), 0, Location(__FILE__, line));
+  future->SetValue(std::move(value), 0, {__FILE__, line});
   return future;
+}
+
+template <class Value>
+void Notify(ServiceBase& service, std::uint64_t event_id, const char* name, const Value& value) {
+  Swallow([&] {
+    const auto payload = std::make_shared<Variant>();
+    payload->Set(name, Variant(value));
+    service.NotifyEvent(event_id, payload);
+  });
 }
 
 }  // namespace
 
-template <class Value>
-void WindowsBleServiceNotifier::Notify(std::uint64_t event_id, const char* name,
-                                       const Value& value) noexcept {
-  Swallow([&] {
-    const auto payload = std::make_shared<Variant>();
-    payload->Set(name, Variant(value));
-    service_->NotifyEvent(event_id, payload);
-  });
-}
-
 void WindowsBleServiceNotifier::NotifyState(std::int32_t state) noexcept {
-  Notify(windows_ble::event::kState, "state", state);
+  Notify(*service_, windows_ble::event::kState, "state", state);
 }
 
 void WindowsBleServiceNotifier::NotifyStatusInfo(const std::string& status_info) noexcept {
-  Notify(windows_ble::event::kStatusInfo, "status_info", status_info);
+  Notify(*service_, windows_ble::event::kStatusInfo, "status_info", status_info);
 }
 
 void WindowsBleServiceNotifier::NotifyRetryInfo(const std::string& retry_info) noexcept {
-  Notify(windows_ble::event::kRetryInfo, "retry_info", retry_info);
+  Notify(*service_, windows_ble::event::kRetryInfo, "retry_info", retry_info);
 }
 
 void WindowsBleServiceNotifier::NotifyDeviceJson(const std::string& device_json) noexcept {
-  Notify(windows_ble::event::kDeviceJson, "device_json", device_json);
+  Notify(*service_, windows_ble::event::kDeviceJson, "device_json", device_json);
 }
 
 std::string WindowsBleServiceBase::ServiceName() {

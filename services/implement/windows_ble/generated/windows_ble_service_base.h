@@ -24,9 +24,6 @@ class WindowsBleServiceNotifier {
   void NotifyDeviceJson(const std::string& device_json) noexcept;
 
  private:
-  template <class Value>
-  void Notify(std::uint64_t event_id, const char* name, const Value& value) noexcept;
-
   ServiceBase* service_;  // not owned; owns this object
 };
 

@@ -6,13 +6,9 @@
 #include "services/implement/windows_ble/src/windows/ble_api_wrapper.h"
 
 namespace quorvel_service {
-namespace {
-
-constexpr int kInitServiceLine = 11;
-
-}  // namespace
 
 void WindowsBleServiceImpl::InitService() {
+  constexpr int kInitServiceLine = 11;
   QV_LOG_AT(kInformation, "InitService", kInitServiceLine) << "init Service";
   Init(0);
 }

@@ -19,10 +19,6 @@ namespace quorvel_service {
 /// broadcasts it writes nothing that other threads read.
 class WatchFilter {
  public:
-  WatchFilter() = default;
-  WatchFilter(const WatchFilter&) = delete;
-  WatchFilter& operator=(const WatchFilter&) = delete;
-
   /// Watches `uuid` from now on; an empty text matches nothing. [main looper]
   void Watch(const std::string& uuid);
 
