@@ -56,6 +56,10 @@ class FaultSweepTest : public ServiceTest {
       {"working", [this] { Work(); }},
       {"loading anew", [this] { LoadAnew(); }}};
 
+  void ObserveNothing() {
+    pc_.SetCallObserver(nullptr);
+    radio_->SetCallObserver(nullptr);
+  }
   void ExpectNormalLife() {
     for (const char* function : {"BleInit", "BleCheckState", "BleClientStartWatchBroadcast",
                                  "BleServerAddManufacturerData", "BleServerStartBroadcast"}) {
@@ -111,16 +115,14 @@ class FaultSweepTest : public ServiceTest {
         }
       }
     }
-    pc_.SetCallObserver(nullptr);
-    radio_->SetCallObserver(nullptr);
+    ObserveNothing();
   }
 
   int loads_ = 0;
 };
 
 TEST_F(FaultSweepTest, MemoryRunsOut) {
-  pc_.SetCallObserver(nullptr);
-  radio_->SetCallObserver(nullptr);
+  ObserveNothing();
   std::map<std::string, int> failures;  // which of them the log tells of, and how often
   for (const char* function :
        {"CallMethod", "Load", "CheckBleState", "ReportRetryInfo", "BleStartBroadcast",
@@ -151,6 +153,28 @@ TEST_F(FaultSweepTest, MemoryRunsOut) {
     }
   }
   for (const auto& [line, count] : failures) EXPECT_GT(count, 0) << line;
+}
+
+TEST_F(FaultSweepTest, WithoutMemoryACallGives3) {
+  const std::function<int()> calls[] = {
+      [this] { return Init(0); },
+      [this] { return CheckState(true); },
+      [this] { return Advertise(kUuid, ""); },
+      [this] { return Scan(kUuid, 0, true); },
+      [this] { return StopScan(); },
+  };
+  ObserveNothing();
+  base::log::SetLogLevel(0);
+  UnInit();
+  for (const auto& call : calls) {
+    bool failed = true;
+    for (std::size_t number = 1; failed; ++number) {
+      allocations_until_failure = number;
+      const int ret = call();
+      failed = std::exchange(allocations_until_failure, 0) == 0;
+      EXPECT_THAT(ret, testing::AnyOf(0, 3, 5, 6, kNoMemory)) << "call " << &call - calls;
+    }
+  }
 }
 
 TEST_F(FaultSweepTest, TheSystemFails) {

@@ -1,14 +1,17 @@
 // The module's two functions, the table of methods and the set of listeners.
+#include <functional>
 #include <limits>
 #include <thread>
 
 #include <plenar_base/thread_local.h>
 
+#include "framework/log_writer.h"
 #include "tests/support/module_test.h"
 
 namespace qvs_test {
 namespace {
 
+using base::threading::ThreadLocal;
 using base::variant::Variant;
 
 using ModuleStory = StoryTest<ModuleTest>;
@@ -43,7 +46,7 @@ TEST_F(ModuleTest, LeavesNothingBehind) {
     UnloadModule();
     EXPECT_FALSE(IsLoaded(kModule));
     EXPECT_EQ(UntilTick(), 0u);
-    EXPECT_EQ(base::threading::ThreadLocal::GetValue("base.log.stream"), nullptr);
+    EXPECT_EQ(ThreadLocal::GetValue("base.log.stream"), nullptr);
     EXPECT_FALSE(pc_.HasWindowClass("PlenarBLEStateClass"));
     // The BLE API library, which others keep loaded, has nobody to call any more.
     radio_->ReportLog("radio.cpp", 1, "Beam", 3, "nobody listens");
@@ -51,6 +54,28 @@ TEST_F(ModuleTest, LeavesNothingBehind) {
     EXPECT_THAT(Take(kLog | kLibraryLog), Not(Contains(HasSubstr("nobody listens"))));
     LoadModule();
   }
+}
+
+TEST_F(ModuleTest, LeavesWhatIsNotItsOwn) {
+  const auto slot = [] { return ThreadLocal::GetValue("base.log.stream"); };
+  char text[1025] = {};
+  quorvel_service::LogStream other{text, 1024, 0};
+  ThreadLocal::SetValue("base.log.stream", &other, nullptr);
+  CreateService();
+  UnloadModule();
+  EXPECT_EQ(slot(), &other);
+  ThreadLocal::SetValue("base.log.stream", nullptr, nullptr);
+
+  LoadModule();
+  int heard = 0;
+  const SharedLibrary library(dlopen(kBleApi.c_str(), RTLD_NOW));
+  const auto set_log =
+      reinterpret_cast<decltype(&BleSetLogFunc)>(dlsym(library.get(), "BleSetLogFunc"));
+  set_log([&heard](auto...) { ++heard; });
+  UnloadModule();
+  radio_->ReportLog("radio.cpp", 1, "Beam", 3, "for another");
+  EXPECT_EQ(heard, 1);
+  set_log(nullptr);
 }
 
 TEST_F(ServiceStory, DecodesWhatTheHostGives) {
@@ -87,7 +112,14 @@ TEST_F(ServiceStory, PassesTheLibrarysLogLinesOn) {
 
 TEST_F(ServiceTest, ACallOnAnotherThreadEndsADebugBuild) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEBUG_DEATH(std::thread([this] { CheckState(); }).join(), "IsOnMainLooper");
+  const std::function<void()> calls[] = {[this] { Init(0); },
+                                         [this] { CheckState(); },
+                                         [this] { Advertise(kUuid, ""); },
+                                         [this] { StopScan(); },
+                                         [this] { GetCache(); },
+                                         [this] { UnInit(); },
+                                         [this] { service_->NotifyEvent(1, nullptr); }};
+  for (const auto& call : calls) EXPECT_DEBUG_DEATH(std::thread(call).join(), "IsOnMainLooper");
 }
 
 TEST_F(ServiceStory, CountsWhatTheLibraryThrowsAsARefusal) {

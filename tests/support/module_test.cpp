@@ -158,7 +158,7 @@ void ModuleTest::CompareStory(unsigned kinds) {
   const auto file =
       std::string(QVS_TEST_STORIES "/") + test.test_suite_name() + '.' + test.name() + ".txt";
   // The folder of the library differs from build to build.
-  static const std::regex paths(R"((full path: ).*(\\plenar_ble_api\.dll, dir:).*(\\))");
+  static const std::regex paths(R"((full path: )\\.*(\\plenar_ble_api\.dll, dir:)\\.*(\\))");
   static const std::regex line_ends("\n *");
   std::string story;
   std::vector<std::size_t> calls;  // that have not returned yet: where their lines end
