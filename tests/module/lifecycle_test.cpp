@@ -80,11 +80,10 @@ TEST_F(RetryTest, MoreThanADayAfterTheFirstTickANewPeriodBegins) {
 }
 
 TEST_F(RetryStory, SetsUpTwiceAndLeaksNothing) {
-  Unrecorded([this] {
-    Init(5);
-    SetAdapter(0);
-    Init(5);  // does not stop the timer, which sets up again
-  });
+  Init(5);
+  SetAdapter(0);
+  Init(5);  // does not stop the timer, which sets up again
+  Take();
   Wait(3000);
   EXPECT_EQ(pc_.WindowCount(), 1u);
   EXPECT_EQ(pc_.DeviceNotificationCount(), 1u);
@@ -137,15 +136,14 @@ TEST_F(LifecycleStory, RefusesEveryRequestWhenDown) {
 }
 
 TEST_F(LifecycleStory, KeepsItsStateOverUnInit) {
-  Unrecorded([this] {
-    Advertise(kUuid, "data");
-    ReportStatus(2);
-    Scan(kUuid, 1, false);
-    Hear(Broadcast("a"));
-    CheckState();
-    UnInit();  // of the publisher's end the library does not tell
-    Init(0);
-  });
+  Advertise(kUuid, "data");
+  ReportStatus(2);
+  Scan(kUuid, 1, false);
+  Hear(Broadcast("a"));
+  CheckState();
+  UnInit();  // of the publisher's end the library does not tell
+  Init(0);
+  Take();
   ChangeDevices();
   Advertise(kUuid, "data");
   StopScan();

@@ -138,11 +138,10 @@ class ShutDownStory : public StoryTest<ServiceTest> {
 };
 
 TEST_F(ShutDownStory, ALateStatusRestartsNothing) {
-  Unrecorded([this] {
-    Advertise(kUuid, "old");
-    ReportStatus(2);
-    Advertise(kUuid, "new");
-  });
+  Advertise(kUuid, "old");
+  ReportStatus(2);
+  Advertise(kUuid, "new");
+  Take();
   radio_->ReportPublisherStatus(BlePublisherStatus::kStopped, BleError::kNone);
   ShutDown();
   Note("unload, which runs first what still waits");
@@ -150,11 +149,10 @@ TEST_F(ShutDownStory, ALateStatusRestartsNothing) {
 }
 
 TEST_F(ShutDownStory, ALateReportRestartsNothing) {
-  Unrecorded([this] {
-    Scan(kUuid, 2, false);
-    StopScan();
-    Scan(kUuid, 2, false);
-  });
+  Scan(kUuid, 2, false);
+  StopScan();
+  Scan(kUuid, 2, false);
+  Take();
   radio_->ReportBroadcast(Broadcast("late"));
   radio_->ReportWatcherStopped(BleError::kNone);
   ShutDown();
@@ -162,11 +160,10 @@ TEST_F(ShutDownStory, ALateReportRestartsNothing) {
 }
 
 TEST_F(ShutDownStory, ALateTickRestartsNothing) {
-  Unrecorded([this] {
-    Scan(kUuid, 0, false);
-    StopScan();
-    Scan(kUuid, 0, false);
-  });
+  Scan(kUuid, 0, false);
+  StopScan();
+  Scan(kUuid, 0, false);
+  Take();
   ShutDown();
   Wait(100);
 }

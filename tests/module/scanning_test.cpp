@@ -11,10 +11,9 @@ class ScanningStory : public StoryTest<ServiceTest> {
  protected:
   /// Starts, and begins to stop.
   void Stop() {
-    Unrecorded([this] {
-      Scan(kUuid, 0, false);
-      StopScan();
-    });
+    Scan(kUuid, 0, false);
+    StopScan();
+    Take();
   }
 };
 
@@ -30,10 +29,9 @@ TEST_F(ScanningStory, TranslatesTheModeAndRunsTheTimerAsAsked) {
 }
 
 TEST_F(ScanningStory, ReportsWhatIsNewOnceAnInterval) {
-  Unrecorded([this] {
-    Scan(kUuid, 0, true, 200);
-    Scan(kUuid, 0, true, 1000);  // a running timer keeps its period
-  });
+  Scan(kUuid, 0, true, 200);
+  Scan(kUuid, 0, true, 1000);  // a running timer keeps its period
+  Take();
   Wait(200);
   Hear(Broadcast("a"));
   Wait(199);
@@ -49,17 +47,17 @@ TEST_F(ScanningStory, ReportsWhatIsNewOnceAnInterval) {
 }
 
 TEST_F(ScanningStory, AStopWithoutAStartStillChangesTheWatchedUuid) {
-  Unrecorded([this] {
-    Scan("one", 0, false);
-    StopScan("one");
-    RunFor(100);
-  });
+  Scan("one", 0, false);
+  StopScan("one");
+  RunFor(100);
+  Take();
   StopScan("two");
   for (const char* uuid : {"one", "two"}) Hear(Broadcast(uuid, {uuid}));
 }
 
 TEST_F(ScanningStory, StoppingEndsWithTheTickOrTheReport) {
-  Unrecorded([this] { Scan(kUuid, 2, false); });
+  Scan(kUuid, 2, false);
+  Take();
   StopScan();
   Wait(99);
   Wait(1);

@@ -205,8 +205,9 @@ class ServiceTest : public ModuleTest {
 };
 
 /// A case that is a story: it only does things. Everything that happens meanwhile, in the order in
-/// which it happens, is what the case's text in `tests/module/stories` says. With QVS_WRITE_STORIES
-/// in the environment the text is written anew, to be read before it is taken over.
+/// which it happens, is what the case's text in `tests/module/stories` says; what comes before a
+/// `Take` only sets the scene. With QVS_WRITE_STORIES in the environment the text is written anew,
+/// to be read before it is taken over.
 template <class Start>
 class StoryTest : public Start {
  protected:

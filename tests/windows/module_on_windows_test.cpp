@@ -23,19 +23,6 @@ using testing::ElementsAre;
 
 using ModuleOnWindows = WindowsHostTest;
 
-TEST_F(ModuleOnWindows, HasAnEmptyTopLevelWindowThatIsNotShown) {
-  ASSERT_NO_FATAL_FAILURE(LoadModule());
-  const HWND window = HiddenWindow();
-  ASSERT_NE(window, nullptr);
-  EXPECT_FALSE(IsWindowVisible(window));
-  EXPECT_EQ(GetParent(window), nullptr);
-  EXPECT_EQ(GetMenu(window), nullptr);
-  EXPECT_EQ(GetWindowTextLengthA(window), 0);
-  EXPECT_EQ(GetWindowLongPtrA(window, GWL_STYLE) & WS_OVERLAPPEDWINDOW, WS_OVERLAPPEDWINDOW);
-  EXPECT_EQ(reinterpret_cast<HINSTANCE>(GetWindowLongPtrA(window, GWLP_HINSTANCE)),
-            GetModuleHandleA(nullptr));
-}
-
 TEST_F(ModuleOnWindows, TellsOfAChangeOnTheLooperThreadHoweverItsMessageComes) {
   ASSERT_NO_FATAL_FAILURE(LoadModule());
   Take(kEvent);
@@ -50,18 +37,6 @@ TEST_F(ModuleOnWindows, TellsOfAChangeOnTheLooperThreadHoweverItsMessageComes) {
   ASSERT_TRUE(PostMessageA(HiddenWindow(), WM_DEVICECHANGE, DBT_DEVNODES_CHANGED, 0));
   RunUntilEvent(event::kState);
   EXPECT_THAT(Take(kEvent), ElementsAre("state 5"));
-}
-
-TEST_F(ModuleOnWindows, HasItsWindowWhileItIsUpAndItsClassWhileItIsLoaded) {
-  ASSERT_NO_FATAL_FAILURE(LoadModule());
-  EXPECT_EQ(Call(method::kUnInit), 0);
-  EXPECT_EQ(HiddenWindow(), nullptr);
-  EXPECT_TRUE(IsClassRegistered());
-  EXPECT_EQ(Call(method::kInit), 0);
-  EXPECT_NE(HiddenWindow(), nullptr);
-  UnloadModule();
-  EXPECT_EQ(HiddenWindow(), nullptr);
-  EXPECT_FALSE(IsClassRegistered());
 }
 
 /// A radio as its driver leaves it in the registry, removed at the end. No other device of the

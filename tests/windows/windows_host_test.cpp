@@ -79,12 +79,6 @@ HWND WindowsHostTest::HiddenWindow() {
   return window;
 }
 
-bool WindowsHostTest::IsClassRegistered() {
-  WNDCLASSEXA found = {};
-  found.cbSize = sizeof(found);
-  return GetClassInfoExA(GetModuleHandleA(nullptr), kWindowClass, &found) != 0;
-}
-
 void WindowsHostTest::SendDeviceChange(HWND window) {
   const std::jthread sender([&] {
     constexpr WPARAM kSettingsChanged = 7;

@@ -37,7 +37,6 @@ class WindowsHostTest : public testing::Test {
 
   /// The looper thread's window of the module's class; null if there is none.
   [[nodiscard]] static HWND HiddenWindow();
-  [[nodiscard]] static bool IsClassRegistered();
   /// Sends the message that settings have changed on a thread of its own while the looper runs.
   void SendDeviceChange(HWND window);
   /// Runs the looper until an event of this id comes.
