@@ -64,19 +64,19 @@ void CallQt(benchmark::State& state) {
   }
 }
 
-const Registered kRows[] = {
-    Row("7 call, arguments at hand, by name", 0.4)
-        .Ours(&CallOurs<false>)
-        .Peer("Qt invokeMethod", &CallQt<false, true>),
-    Row("7 call, arguments at hand, by index", 0.7)
-        .Ours(&CallOurs<false>)
-        .Peer("Qt QMetaMethod", &CallQt<false, false>),
-    Row("7 call, arguments made as well, by name", 0.5)
-        .Ours(&CallOurs<true>)
-        .Peer("Qt invokeMethod", &CallQt<true, true>),
-    Row("7 call, arguments made as well, by index", 0.5)
-        .Ours(&CallOurs<true>)
-        .Peer("Qt QMetaMethod", &CallQt<true, false>),
+const Registered kRows = {
+    {"7 call, arguments at hand, by name",
+     0.4,
+     {{"ours", &CallOurs<false>}, {"Qt invokeMethod", &CallQt<false, true>}}},
+    {"7 call, arguments at hand, by index",
+     0.7,
+     {{"ours", &CallOurs<false>}, {"Qt QMetaMethod", &CallQt<false, false>}}},
+    {"7 call, arguments made as well, by name",
+     0.5,
+     {{"ours", &CallOurs<true>}, {"Qt invokeMethod", &CallQt<true, true>}}},
+    {"7 call, arguments made as well, by index",
+     0.5,
+     {{"ours", &CallOurs<true>}, {"Qt QMetaMethod", &CallQt<true, false>}}},
 };
 
 }  // namespace

@@ -7,8 +7,6 @@ namespace qvs_bench {
 /// The callables that the module gave to the library, to be called without a thread hop.
 struct Captured {
   BleReceivedBroadcastCB received;
-  BleStoppedWatchBroadcastCB stopped;
-  BleStatusChangedCB status_changed;
 };
 
 using CapturedFunction = Captured*();

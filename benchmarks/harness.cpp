@@ -1,12 +1,11 @@
 #include "benchmarks/harness.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <limits>
 #include <string_view>
-#include <utility>
 
 // The C library's own allocator behind the counting one below.
 extern "C" void* __libc_malloc(std::size_t size);  // NOLINT(bugprone-reserved-identifier)
@@ -26,14 +25,12 @@ extern "C" void* malloc(std::size_t size) noexcept {
 namespace qvs_bench {
 namespace {
 
-constexpr double kUnmeasured = std::numeric_limits<double>::infinity();
-
 /// A row's side as Google Benchmark knows it.
-std::string KeyOf(const Row& row, const Row::Side& side) {
+std::string KeyOf(const Row& row, const Side& side) {
   return row.name + '/' + side.name;
 }
 
-void Register(const Row& row, const Row::Side& side) {
+void Register(const Row& row, const Side& side) {
   if (side.function == nullptr) return;
   const auto measured = [function = side.function](benchmark::State& state) {
     const std::size_t before = AllocationCount();
@@ -44,8 +41,8 @@ void Register(const Row& row, const Row::Side& side) {
   };
   auto* const registered = benchmark::RegisterBenchmark(KeyOf(row, side).c_str(), measured);
   registered->Threads(side.threads);
-  if (row.iterations > 0) registered->Iterations(row.iterations);
-  if (row.times_itself) {
+  if (row.options.iterations > 0) registered->Iterations(row.options.iterations);
+  if (row.options.times_itself) {
     registered->UseManualTime();
   } else {
     registered->UseRealTime();
@@ -77,7 +74,7 @@ class LeastReporter final : public benchmark::BenchmarkReporter {
     const double per_iteration = items == run.counters.end() ? 1.0 : items->second.value;
     const double nanoseconds = run.GetAdjustedRealTime() / per_iteration;
     for (Row& row : Rows()) {
-      for (Row::Side& side : row.sides) {
+      for (Side& side : row.sides) {
         if (KeyOf(row, side) != run.run_name.function_name || nanoseconds >= side.nanoseconds) {
           continue;
         }
@@ -103,14 +100,14 @@ std::string Time(double nanoseconds) {
 /// A row that was measured: ours and the fastest peer.
 std::string Line(const Row& row) {
   std::string peers;
-  double fastest = kUnmeasured;
+  double fastest = std::numeric_limits<double>::infinity();
   for (std::size_t i = 1; i < row.sides.size(); ++i) {
-    const Row::Side& peer = row.sides[i];
+    const Side& peer = row.sides[i];
     if (i > 1) peers += ", ";
     peers += peer.name + ' ' + Time(peer.nanoseconds);
     fastest = std::min(fastest, peer.nanoseconds);
   }
-  const Row::Side& ours = row.sides.front();
+  const Side& ours = row.sides.front();
   const double ratio = ours.nanoseconds / fastest;
   return "| " + row.name + " | " + Time(ours.nanoseconds) + " | " +
          Number(ours.allocations, "%.1f") + " | " + peers + " | " + Number(ratio, "%.2f") + " | " +
@@ -119,7 +116,7 @@ std::string Line(const Row& row) {
 
 bool IsMeasured(const Row& row) {
   return std::ranges::all_of(row.sides,
-                             [](const Row::Side& side) { return side.nanoseconds < kUnmeasured; });
+                             [](const Side& side) { return std::isfinite(side.nanoseconds); });
 }
 
 std::string Table() {
@@ -136,10 +133,10 @@ std::string Table() {
 std::string Points() {
   std::string points;
   for (const Row& row : Rows()) {
-    if (row.picture.empty() || !IsMeasured(row)) continue;
-    for (const Row::Side& side : row.sides) {
-      points += row.picture + '\t' + side.name + '\t' + Number(row.size, "%.0f") + '\t' +
-                Number(side.nanoseconds, "%.2f") + '\n';
+    if (row.options.picture.empty() || !IsMeasured(row)) continue;
+    for (const Side& side : row.sides) {
+      points += row.options.picture + '\t' + side.name + '\t' + Number(row.options.size, "%.0f") +
+                '\t' + Number(side.nanoseconds, "%.2f") + '\n';
     }
   }
   return points;
@@ -169,7 +166,7 @@ int Run(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
 
   for (const Row& row : Rows()) {
-    for (const Row::Side& side : row.sides) Register(row, side);
+    for (const Side& side : row.sides) Register(row, side);
   }
   LeastReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
@@ -181,39 +178,6 @@ int Run(int argc, char** argv) {
 }
 
 }  // namespace
-
-Row::Row(std::string row_name, double row_goal) : name(std::move(row_name)), goal(row_goal) {}
-
-Row& Row::Ours(Function function, int threads) {
-  sides.insert(sides.begin(), {"ours", function, threads, kUnmeasured, 0});
-  return *this;
-}
-
-Row& Row::Peer(std::string peer, Function function, int threads) {
-  sides.push_back({std::move(peer), function, threads, kUnmeasured, 0});
-  return *this;
-}
-
-Row& Row::Budget(double nanoseconds) {
-  sides.push_back({"budget", nullptr, 1, nanoseconds, 0});
-  return *this;
-}
-
-Row& Row::Iterations(int count) {
-  iterations = count;
-  return *this;
-}
-
-Row& Row::TimesItself() {
-  times_itself = true;
-  return *this;
-}
-
-Row& Row::At(std::string of_picture, double at_size) {
-  picture = std::move(of_picture);
-  size = at_size;
-  return *this;
-}
 
 std::vector<Row>& Rows() {
   static std::vector<Row> rows;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
-#include <optional>
+#include <initializer_list>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -13,53 +13,51 @@
 ///
 /// Rows register themselves:
 ///
-///     const Row kBase64 = Row("Base64 of 28 bytes", 1.0)
-///                             .Ours(&EncodeOurs)
-///                             .Peer("OpenSSL EVP_EncodeBlock", &EncodeOpenSsl);
+///     const Registered kRows = {
+///         {"Base64 of 28 bytes",
+///          1.0,
+///          {{"ours", &EncodeOurs}, {"OpenSSL EVP_EncodeBlock", &EncodeOpenSsl}}},
+///     };
 namespace qvs_bench {
 
 using Function = void (*)(benchmark::State& state);
 
-class Row {
- public:
-  /// `goal`: the most that ours ÷ fastest peer may be.
-  Row(std::string name, double goal);
+struct Side {
+  std::string name;
+  /// Null: a budget. What a peer's does, and where that is documented, stands beside it.
+  Function function = nullptr;
+  int threads = 1;
+  /// Of one item, the least so far; of a budget, its fixed cost.
+  double nanoseconds = std::numeric_limits<double>::infinity();
+  double allocations = 0;  ///< Of one item, on the measuring thread.
+};
 
-  Row& Ours(Function function, int threads = 1);
-  /// What it does, and where that is documented, stands beside the peer's function.
-  Row& Peer(std::string name, Function function, int threads = 1);
-  /// A fixed cost, in nanoseconds, in a peer's place.
-  Row& Budget(double nanoseconds);
-  /// Exactly so many iterations in each repetition, for work with a long set-up.
-  Row& Iterations(int count);
-  /// The functions set the time of an iteration themselves.
-  Row& TimesItself();
-  /// A point of a picture of cost against size: rows of one `picture` make one line.
-  Row& At(std::string picture, double size);
+/// A fixed cost in a peer's place.
+inline Side Budget(double nanoseconds) {
+  return {.name = "budget", .nanoseconds = nanoseconds};
+}
 
-  struct Side {
-    std::string name;
-    Function function;  ///< Null: a budget.
-    int threads;
-    double nanoseconds;  ///< Of one item, the least so far.
-    double allocations;  ///< Of one item, on the measuring thread.
+struct Row {
+  struct Options {
+    /// Of each repetition, for work with a long set-up; 0: as many as the shortest time takes.
+    int iterations = 0;
+    bool times_itself = false;  ///< The functions set the time of an iteration.
+    /// The picture of cost against size that this is a point of: its rows make one line.
+    std::string picture = {};
+    double size = 0;
   };
 
   std::string name;
-  double goal;
-  int iterations = 0;  ///< 0: as many as the shortest time of a repetition takes.
-  bool times_itself = false;
-  std::string picture;
-  double size = 0;
+  double goal;              ///< The most that ours ÷ fastest peer may be.
   std::vector<Side> sides;  ///< Ours is the first.
+  Options options = {};
 };
 
 /// All rows, in the order of their registration.
 [[nodiscard]] std::vector<Row>& Rows();
 
-/// Registers a row; what its constructor's chain gives is copied.
 struct Registered {
-  Registered(const Row& row) { Rows().push_back(row); }  // NOLINT(google-explicit-constructor)
+  Registered(std::initializer_list<Row> rows) { Rows().insert(Rows().end(), rows); }
 };
 
 /// For a benchmark whose iteration does `items` pieces of the work: its cost is given for one.

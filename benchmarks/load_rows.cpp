@@ -18,12 +18,10 @@ void Live(benchmark::State& state) {
   }
 }
 
-const Registered kLifeRow =
-    Row("10 load, create, check, destroy, unload, without the signature", 1.0)
-        .Ours(&Live)
-        .Iterations(1)
-        .TimesItself()
-        .Budget(120'000);
+const Registered kLifeRow = {{"10 load, create, check, destroy, unload, without the signature",
+                              1.0,
+                              {{"ours", &Live}, Budget(120'000)},
+                              {.iterations = 1, .times_itself = true}}};
 
 }  // namespace
 }  // namespace qvs_bench

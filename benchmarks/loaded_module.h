@@ -21,7 +21,6 @@ class LoadedModule {
   static LoadedModule& Get();
 
   base::threading::MainLooperScope& looper() { return looper_; }
-  quorvel_service::IService& service() { return *service_; }
   const Captured& captured() const { return *captured_; }
 
   /// Calls a method and gives its result.

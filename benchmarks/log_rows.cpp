@@ -75,15 +75,16 @@ void Fmt(benchmark::State& state) {
 
 constexpr double kNoSinkBefore = 92;  // nanoseconds
 
-const Registered kRows[] = {
-    Row("4 log line of six pieces to a null sink", 0.9)
-        .Ours(&OursToNullSink<kInformation>)
-        .Peer("spdlog", &Spdlog<spdlog::level::info>)
-        .Peer("fmt and a mutex", &Fmt),
-    Row("4 the same without a sink", 0.5).Ours(&OursWithoutSink).Budget(kNoSinkBefore),
-    Row("4 suppressed statement", 0.5)
-        .Ours(&OursToNullSink<kError>)
-        .Peer("spdlog", &Spdlog<spdlog::level::err>),
+const Registered kRows = {
+    {"4 log line of six pieces to a null sink",
+     0.9,
+     {{"ours", &OursToNullSink<kInformation>},
+      {"spdlog", &Spdlog<spdlog::level::info>},
+      {"fmt and a mutex", &Fmt}}},
+    {"4 the same without a sink", 0.5, {{"ours", &OursWithoutSink}, Budget(kNoSinkBefore)}},
+    {"4 suppressed statement",
+     0.5,
+     {{"ours", &OursToNullSink<kError>}, {"spdlog", &Spdlog<spdlog::level::err>}}},
 };
 
 }  // namespace

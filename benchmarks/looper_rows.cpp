@@ -50,34 +50,16 @@ class OurQueue {
   base::threading::MainLooperScope& looper_ = LoadedModule::Get().looper();
 };
 
-/// What one writes oneself: a vector that the reader swaps with an empty one.
-/// https://en.cppreference.com/w/cpp/thread/condition_variable
-class SwappedVector {
- public:
-  void Post(AnyTask task) {
-    bool was_empty = false;
-    {
-      std::lock_guard lock(mutex_);
-      was_empty = tasks_.empty();
-      tasks_.push_back(std::move(task));
-    }
-    if (was_empty) changed_.notify_one();
+/// Tasks that the reader takes over whole, by swapping the vector with an empty one.
+class TaskVector {
+ protected:
+  /// Whether it was empty.
+  bool Add(AnyTask task) {
+    const std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+    return tasks_.size() == 1;
   }
-  void Run() {
-    for (quit_ = false; !quit_;) {
-      std::unique_lock lock(mutex_);
-      changed_.wait(lock, [this] { return !tasks_.empty(); });
-      RunAll(lock);
-    }
-  }
-  void Quit() { quit_ = true; }
-  void RunPosted() {
-    std::unique_lock lock(mutex_);
-    RunAll(lock);
-  }
-
- private:
-  void RunAll(std::unique_lock<std::mutex>& lock) {
+  void RunAll(std::unique_lock<std::mutex> lock) {
     running_.swap(tasks_);
     lock.unlock();
     for (const AnyTask& task : running_) task();
@@ -85,20 +67,43 @@ class SwappedVector {
   }
 
   std::mutex mutex_;
-  std::condition_variable changed_;
   std::vector<AnyTask> tasks_;
+
+ private:
   std::vector<AnyTask> running_;
+};
+
+/// What one writes oneself. https://en.cppreference.com/w/cpp/thread/condition_variable
+class SwappedVector : TaskVector {
+ public:
+  void Post(AnyTask task) {
+    if (Add(std::move(task))) changed_.notify_one();
+  }
+  void Run() {
+    for (quit_ = false; !quit_;) {
+      std::unique_lock lock(mutex_);
+      changed_.wait(lock, [this] { return !tasks_.empty(); });
+      RunAll(std::move(lock));
+    }
+  }
+  void Quit() { quit_ = true; }
+  void RunPosted() { RunAll(std::unique_lock(mutex_)); }
+
+ private:
+  std::condition_variable changed_;
   bool quit_ = false;
 };
 
-/// A queue of one's own that an asynchronous handle announces; many sends may be one call.
+/// The same vector announced by an asynchronous handle; many sends may be one call.
 /// https://docs.libuv.org/en/v1.x/async.html
-class UvQueue {
+class UvQueue : TaskVector {
  public:
   UvQueue() {
     uv_loop_init(&loop_);
-    uv_async_init(&loop_, &async_,
-                  [](uv_async_t* async) { static_cast<UvQueue*>(async->data)->RunAll(); });
+    uv_async_init(&loop_, &async_, [](uv_async_t* async) {
+      auto* const queue = static_cast<UvQueue*>(async->data);
+      queue->RunAll(std::unique_lock(queue->mutex_));
+    });
     async_.data = this;
   }
   ~UvQueue() {
@@ -110,10 +115,7 @@ class UvQueue {
   UvQueue& operator=(const UvQueue&) = delete;
 
   void Post(AnyTask task) {
-    {
-      std::lock_guard lock(mutex_);
-      tasks_.push_back(std::move(task));
-    }
+    Add(std::move(task));
     uv_async_send(&async_);
   }
   void Run() { uv_run(&loop_, UV_RUN_DEFAULT); }
@@ -121,20 +123,8 @@ class UvQueue {
   void RunPosted() { uv_run(&loop_, UV_RUN_NOWAIT); }
 
  private:
-  void RunAll() {
-    {
-      std::lock_guard lock(mutex_);
-      running_.swap(tasks_);
-    }
-    for (const AnyTask& task : running_) task();
-    running_.clear();
-  }
-
   uv_loop_t loop_;
   uv_async_t async_;
-  std::mutex mutex_;
-  std::vector<AnyTask> tasks_;
-  std::vector<AnyTask> running_;
 };
 
 /// The concurrency hint says that one thread runs it. https://think-async.com/Asio/
@@ -219,22 +209,23 @@ void Lonely(benchmark::State& state) {
   next.release();
 }
 
-const Registered kTaskRows[] = {
-    Row("5 task from another thread, one of 100,000", 1.2)
-        .Ours(&FromAnotherThread<OurQueue>)
-        .Peer("swapped vector", &FromAnotherThread<SwappedVector>)
-        .Peer("libuv", &FromAnotherThread<UvQueue>)
-        .Peer("Asio", &FromAnotherThread<AsioQueue>),
-    Row("5 task of the same thread, one of 100,000", 1.2)
-        .Ours(&OnOneThread<OurQueue>)
-        .Peer("swapped vector", &OnOneThread<SwappedVector>)
-        .Peer("libuv", &OnOneThread<UvQueue>)
-        .Peer("Asio", &OnOneThread<AsioQueue>),
-    Row("5 lonely task for a waiting thread", 1.1)
-        .Ours(&Lonely<OurQueue>)
-        .Peer("swapped vector", &Lonely<SwappedVector>)
-        .TimesItself()
-        .Iterations(2000),
+const Registered kTaskRows = {
+    {"5 task from another thread, one of 100,000",
+     1.2,
+     {{"ours", &FromAnotherThread<OurQueue>},
+      {"swapped vector", &FromAnotherThread<SwappedVector>},
+      {"libuv", &FromAnotherThread<UvQueue>},
+      {"Asio", &FromAnotherThread<AsioQueue>}}},
+    {"5 task of the same thread, one of 100,000",
+     1.2,
+     {{"ours", &OnOneThread<OurQueue>},
+      {"swapped vector", &OnOneThread<SwappedVector>},
+      {"libuv", &OnOneThread<UvQueue>},
+      {"Asio", &OnOneThread<AsioQueue>}}},
+    {"5 lonely task for a waiting thread",
+     1.1,
+     {{"ours", &Lonely<OurQueue>}, {"swapped vector", &Lonely<SwappedVector>}},
+     {.iterations = 2000, .times_itself = true}},
 };
 
 // Timers, against libuv's, which count from when the loop last looked at the clock; ours count from
@@ -369,29 +360,24 @@ void Fire(benchmark::State& state) {
 }
 
 template <std::size_t live_count>
-void AddTimerRows() {
-  const std::string with = " with " + std::to_string(live_count) + " live";
-  Rows().push_back(Row("6 timer: start and stop" + with, 1.0)
-                       .Ours(&StartAndStop<OurTimers, live_count>)
-                       .Peer("libuv", &StartAndStop<UvTimers, live_count>)
-                       .At("timer start and stop", live_count));
-  Rows().push_back(Row("6 timer: create, start, stop, destroy" + with, 1.0)
-                       .Ours(&CreateToDestroy<OurTimers, live_count>)
-                       .Peer("libuv", &CreateToDestroy<UvTimers, live_count>));
-  Rows().push_back(Row("6 timer: tick of one in " + std::to_string(live_count), 1.0)
-                       .Ours(&Fire<OurTimers, live_count>)
-                       .Peer("libuv", &Fire<UvTimers, live_count>)
-                       .TimesItself()
-                       .Iterations(30)
-                       .At("timer tick", live_count));
+Registered TimerRows() {
+  const std::string live = std::to_string(live_count);
+  return {{"6 timer: start and stop with " + live + " live",
+           1.0,
+           {{"ours", &StartAndStop<OurTimers, live_count>},
+            {"libuv", &StartAndStop<UvTimers, live_count>}},
+           {.picture = "timer start and stop", .size = live_count}},
+          {"6 timer: create, start, stop, destroy with " + live + " live",
+           1.0,
+           {{"ours", &CreateToDestroy<OurTimers, live_count>},
+            {"libuv", &CreateToDestroy<UvTimers, live_count>}}},
+          {"6 timer: tick of one in " + live,
+           1.0,
+           {{"ours", &Fire<OurTimers, live_count>}, {"libuv", &Fire<UvTimers, live_count>}},
+           {.iterations = 30, .times_itself = true, .picture = "timer tick", .size = live_count}}};
 }
 
-[[maybe_unused]] const bool kTimerRows = [] {
-  AddTimerRows<10>();
-  AddTimerRows<1'000>();
-  AddTimerRows<10'000>();
-  return true;
-}();
+const Registered kTimerRows[] = {TimerRows<10>(), TimerRows<1'000>(), TimerRows<10'000>()};
 
 }  // namespace
 }  // namespace qvs_bench

@@ -72,12 +72,12 @@ void Drop(benchmark::State& state) {
 
 template <std::size_t uuids, std::uint16_t company>
 Row DropRow(const std::string& what) {
-  return Row("1 broadcast dropped: " + what, 1.2)
-      .Ours(&Drop<&Ours, uuids, company>)
-      .Peer("bare loop", &Drop<&Bare, uuids, company>);
+  return {"1 broadcast dropped: " + what,
+          1.2,
+          {{"ours", &Drop<&Ours, uuids, company>}, {"bare loop", &Drop<&Bare, uuids, company>}}};
 }
 
-const Registered kDropRows[] = {
+const Registered kDropRows = {
     DropRow<0, 0x004C>("no UUID, another company"),
     DropRow<1, 0x004C>("1 UUID, another company"),
     DropRow<5, 0x004C>("5 UUIDs, another company"),
@@ -85,9 +85,9 @@ const Registered kDropRows[] = {
     DropRow<1, 0x7E51>("1 UUID, company 0x7E51"),
     DropRow<5, 0x7E51>("5 UUIDs, company 0x7E51"),
     // Two threads are to do at least 1.8 times the work of one.
-    Row("1 broadcast dropped: two threads against one", 1 / 1.8)
-        .Ours(&Drop<&Ours, 1, 0x7E51>, 2)
-        .Peer("one thread", &Drop<&Ours, 1, 0x7E51>),
+    {"1 broadcast dropped: two threads against one",
+     1 / 1.8,
+     {{"ours", &Drop<&Ours, 1, 0x7E51>, 2}, {"one thread", &Drop<&Ours, 1, 0x7E51>}}},
 };
 
 // Heard: from the callable to the cache on the main looper thread, against a copy that is handed
@@ -161,9 +161,10 @@ void HearByQueue(benchmark::State& state) {
   PerItem(state, kBatch);
 }
 
-const Registered kHearRow = Row("2 broadcast heard, until it is in the cache", 1.3)
-                                .Ours(&HearOurs)
-                                .Peer("std::map by mutex and condition variable", &HearByQueue);
+const Registered kHearRow = {
+    {"2 broadcast heard, until it is in the cache",
+     1.3,
+     {{"ours", &HearOurs}, {"std::map by mutex and condition variable", &HearByQueue}}}};
 
 // Reported: every cached device, against RapidJSON's pretty writer
 // (https://rapidjson.org/classrapidjson_1_1_pretty_writer.html) which
@@ -200,9 +201,12 @@ void ReportByRapidJson(benchmark::State& state) {
   for (auto _ : state) {
     rapidjson::StringBuffer buffer;
     rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(buffer);
+    const auto string = [&](const std::string& value) {
+      writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+    };
     const auto text = [&](const char* key, const std::string& value) {
       writer.Key(key);
-      writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+      string(value);
     };
     writer.StartArray();
     for (const auto& [address, info] : cache) {
@@ -219,16 +223,12 @@ void ReportByRapidJson(benchmark::State& state) {
       writer.Key("advertise_data");
       writer.StartArray();
       for (const auto& [company, data] : info.manufacturer_data) {
-        const std::string encoded = Base64(data.data(), data.size());
-        writer.String(encoded.data(), static_cast<rapidjson::SizeType>(encoded.size()));
+        string(Base64(data.data(), data.size()));
       }
       writer.EndArray();
       writer.Key("uuids");
       writer.StartArray();
-      for (const std::string& uuid : info.service_uuids) {
-        const std::string encoded = Base64(uuid.data(), uuid.size());
-        writer.String(encoded.data(), static_cast<rapidjson::SizeType>(encoded.size()));
-      }
+      for (const std::string& uuid : info.service_uuids) string(Base64(uuid.data(), uuid.size()));
       writer.EndArray();
       writer.EndObject();
     }
@@ -241,14 +241,13 @@ void ReportByRapidJson(benchmark::State& state) {
 
 template <std::size_t devices>
 Row ReportRow() {
-  return Row("3 report of " + std::to_string(devices) + " devices, for each", 1.3)
-      .Ours(&ReportOurs<devices>)
-      .Peer("RapidJSON PrettyWriter", &ReportByRapidJson<devices>)
-      .Iterations(devices > 1'000 ? 1 : 100)
-      .At("report", devices);
+  return {"3 report of " + std::to_string(devices) + " devices, for each",
+          1.3,
+          {{"ours", &ReportOurs<devices>}, {"RapidJSON PrettyWriter", &ReportByRapidJson<devices>}},
+          {.iterations = devices > 1'000 ? 1 : 100, .picture = "report", .size = devices}};
 }
 
-const Registered kReportRows[] = {ReportRow<30>(), ReportRow<10'000>(), ReportRow<100'000>()};
+const Registered kReportRows = {ReportRow<30>(), ReportRow<10'000>(), ReportRow<100'000>()};
 
 // A device that was not cached yet, with others in the cache that are all fresh; against the same
 // with 100 others. Each iteration fills the cache anew.
@@ -275,11 +274,10 @@ void HearFresh(benchmark::State& state) {
 
 template <std::size_t cached>
 Row FreshRow() {
-  return Row("8 fresh device beside " + std::to_string(cached), 1.3)
-      .Ours(&HearFresh<cached>)
-      .Peer("ours beside 100", &HearFresh<100>)
-      .Iterations(2)
-      .At("fresh device", cached);
+  return {"8 fresh device beside " + std::to_string(cached),
+          1.3,
+          {{"ours", &HearFresh<cached>}, {"ours beside 100", &HearFresh<100>}},
+          {.iterations = 2, .picture = "fresh device", .size = cached}};
 }
 
 // The sweep of a cache in which everything has expired, for each device that goes.
@@ -301,10 +299,12 @@ void Sweep(benchmark::State& state) {
   PerItem(state, kExpired);
 }
 
-const Registered kSweepRow =
-    Row("8 sweep of 100,000 expired devices, for each", 1.0).Ours(&Sweep).Budget(300).Iterations(1);
+const Registered kSweepRow = {{"8 sweep of 100,000 expired devices, for each",
+                               1.0,
+                               {{"ours", &Sweep}, Budget(300)},
+                               {.iterations = 1}}};
 
-const Registered kFreshRows[] = {FreshRow<1'000>(), FreshRow<20'000>(), FreshRow<100'000>()};
+const Registered kFreshRows = {FreshRow<1'000>(), FreshRow<20'000>(), FreshRow<100'000>()};
 
 }  // namespace
 }  // namespace qvs_bench

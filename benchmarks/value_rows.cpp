@@ -93,14 +93,15 @@ void Json(benchmark::State& state) {
   PerItem(state, kDevices);
 }
 
-const Registered kRows[] = {
-    Row("3 styled JSON by the base library, for each device", 1.0)
-        .Ours(&Json<&OursJson>)
-        .Peer("nlohmann", &Json<&NlohmannJson>)
-        .Peer("JsonCpp", &Json<&JsonCppJson>),
-    Row("9 Base64 of 28 bytes", 1.0)
-        .Ours(&Base64<&OursBase64>)
-        .Peer("OpenSSL EVP_EncodeBlock", &Base64<&OpenSslBase64>),
+const Registered kRows = {
+    {"3 styled JSON by the base library, for each device",
+     1.0,
+     {{"ours", &Json<&OursJson>},
+      {"nlohmann", &Json<&NlohmannJson>},
+      {"JsonCpp", &Json<&JsonCppJson>}}},
+    {"9 Base64 of 28 bytes",
+     1.0,
+     {{"ours", &Base64<&OursBase64>}, {"OpenSSL EVP_EncodeBlock", &Base64<&OpenSslBase64>}}},
 };
 
 }  // namespace
