@@ -40,8 +40,10 @@ class PLENAR_BASE_EXPORT JsonValue {
   bool AddaJsonObject(const JsonValue& value);
 
   /// The value as indented text, always valid UTF-8: quotes and control characters are escaped
-  /// (RFC 8259, section 7), an invalid sequence becomes U+FFFD. `style` is null.
-  [[nodiscard]] std::string ToStyledString(const JsonStyle* style) const;
+  /// (RFC 8259, section 7), an invalid sequence becomes U+FFFD. `style` is null. A value that is
+  /// moved from gives its text without a copy.
+  [[nodiscard]] std::string ToStyledString(const JsonStyle* style) const&;
+  [[nodiscard]] std::string ToStyledString(const JsonStyle* style) &&;
 
  private:
   [[nodiscard]] std::string_view Written() const;

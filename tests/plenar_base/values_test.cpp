@@ -62,6 +62,8 @@ TEST(JsonTest, IsIndentedInOrderAndCopiesWhatItIsGiven) {
   EXPECT_EQ(object.ToStyledString(nullptr),
             "{\n    \"z\": {\n        \"z\": true,\n        \"a\": [\n            -3\n        ]\n"
             "    },\n    \"a\": [\n        -3\n    ]\n}");
+  EXPECT_EQ(std::move(array).ToStyledString(nullptr), "[\n    -3\n]");
+  EXPECT_EQ(std::move(array).ToStyledString(nullptr), "null");  // NOLINT(bugprone-use-after-move)
 }
 
 TEST(JsonTest, IsAlwaysValidText) {

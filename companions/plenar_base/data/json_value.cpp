@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "util/utf8.h"
@@ -107,8 +108,12 @@ bool JsonValue::AddaJsonObject(const JsonValue& value) {
   return true;
 }
 
-std::string JsonValue::ToStyledString(const JsonStyle*) const {
+std::string JsonValue::ToStyledString(const JsonStyle*) const& {
   return std::string(Written());
+}
+
+std::string JsonValue::ToStyledString(const JsonStyle*) && {
+  return text_.empty() ? "null" : std::exchange(text_, {});
 }
 
 std::string_view JsonValue::Written() const {

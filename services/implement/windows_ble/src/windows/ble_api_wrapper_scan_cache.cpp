@@ -109,7 +109,7 @@ void BleWrapper::DoScanCallback() noexcept try {
     devices.AddaJsonObject(record);
   }
   if (delegate_ == nullptr) return;
-  delegate_->OnDeviceJson(devices.ToStyledString(nullptr));
+  delegate_->OnDeviceJson(std::move(devices).ToStyledString(nullptr));
   if (continue_callback_enable_ || scan_mode_ == 1) scan_cache_.Clear();
 } catch (...) {
   QV_LOG_FAILURE();
