@@ -21,9 +21,9 @@ findings=$({ iwyu_tool -p "$build" -j "$(nproc)" "${sources[@]}" -- -Xiwyu --no_
       close($1)
     }
     /^The full include-list/ { mode = "" }
-    # What it does not see: defaulted comparisons, ranges, some moves, the use of a macro, what only Windows takes
+    # What it does not see: defaulted comparisons, concepts, ranges, some moves, the use of a macro, what only Windows takes
     # from a header, and that some headers stand for others.
-    mode == "remove" && /^- #include/ && !/<(compare|chrono|cwchar|[fs]stream|nlohmann\/.*|CLI\/.*|[a-z\/]+\.h)>|_inl\.h/ &&
+    mode == "remove" && /^- #include/ && !/<(compare|concepts|chrono|cwchar|[fs]stream|nlohmann\/.*|CLI\/.*|[a-z\/]+\.h)>|_inl\.h/ &&
       !(/<algorithm>/ && text ~ /std::ranges::/) && !(/<utility>/ && text ~ /std::move/) && !(/plenar/ && text ~ /#define/) {
       print file ": includes " $3 " without need"
     }
