@@ -10,14 +10,14 @@
 #include <variant>
 
 #include <plenar_base/location.h>
-#include <plenar_base/plenar_base_export.h>
 #include <plenar_base/variant.h>
 
 namespace base::future {
 
 enum class FutureState : std::int32_t { kPending = 0, kValueSet = 1, kGivenUp = 2 };
 
-/// Runs continuations. The order of the virtual operations is part of the contract.
+/// Runs continuations; the host brings its own. The order of the virtual operations is part of the
+/// contract.
 class FutureExecutor {
  public:
   using TaskId = std::uint64_t;  ///< 0 names no task.
@@ -30,9 +30,6 @@ class FutureExecutor {
  protected:
   ~FutureExecutor() = default;
 };
-
-/// An executor over the main looper; without one it drops what is posted. [any thread]
-[[nodiscard]] PLENAR_BASE_EXPORT std::shared_ptr<FutureExecutor> MainLooperExecutor();
 
 /// Lets a future hand out shared pointers to itself whatever its value type is.
 class FutureClientBase : public std::enable_shared_from_this<FutureClientBase> {
