@@ -9,16 +9,13 @@ using winrt::IBluetoothAdapter;
 class Adapter final : public Object<IBluetoothAdapter, winrt::IBluetoothAdapter3> {
  public:
   HRESULT STDMETHODCALLTYPE get_IsLowEnergySupported(boolean* value) override {
-    *value = Locked()->low_energy;
-    return S_OK;
+    return Give(Locked()->low_energy, value);
   }
   HRESULT STDMETHODCALLTYPE get_IsPeripheralRoleSupported(boolean* value) override {
-    *value = Locked()->peripheral_role;
-    return S_OK;
+    return Give(Locked()->peripheral_role, value);
   }
   HRESULT STDMETHODCALLTYPE get_IsExtendedAdvertisingSupported(boolean* value) override {
-    *value = Locked()->extended_advertising;
-    return S_OK;
+    return Give(Locked()->extended_advertising, value);
   }
 };
 
@@ -32,8 +29,7 @@ class Question final : public Object<winrt::IAsyncOperation<IBluetoothAdapter>, 
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE get_ErrorCode(HRESULT* value) override {
-    *value = Locked()->access ? S_OK : E_ACCESSDENIED;
-    return S_OK;
+    return Give(Locked()->access ? S_OK : E_ACCESSDENIED, value);
   }
   HRESULT STDMETHODCALLTYPE Cancel() override { return S_OK; }
   HRESULT STDMETHODCALLTYPE put_Completed(IUnknown*) override { return E_NOTIMPL; }

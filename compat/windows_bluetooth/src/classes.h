@@ -1,9 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "simulated_bluetooth/simulated_bluetooth.h"
@@ -33,6 +35,13 @@ template <class To, class From>
 HRESULT Give(const ComPtr<From>& from, To** to) {
   if (from) from->AddRef();
   *to = from.Get();
+  return S_OK;
+}
+
+/// Tells a caller a value.
+template <class T>
+HRESULT Give(const std::type_identity_t<T>& from, T* to) {
+  *to = from;
   return S_OK;
 }
 
@@ -82,6 +91,32 @@ class Advertisement final : public Object<winrt::IAdvertisement> {
   const ComPtr<Vector<winrt::IManufacturerData>> manufacturer_data =
       Make<Vector<winrt::IManufacturerData>>();
   const ComPtr<Vector<winrt::IDataSection>> data_sections = Make<Vector<winrt::IDataSection>>();
+};
+
+/// What runs on threads of its own from its start until it is stopped, or has ended by itself.
+template <class... Interfaces>
+class Runner : public Object<Interfaces...> {
+ public:
+  HRESULT STDMETHODCALLTYPE Stop() override {
+    const HRESULT result = Locked()->stop_result;
+    if (SUCCEEDED(result)) stopping_ = true;
+    return result;
+  }
+
+ protected:
+  void StartThread() {
+    this->AddRef();
+    std::thread([this] {
+      Run();
+      this->Release();
+    }).detach();
+  }
+  [[nodiscard]] bool IsStopping() const { return stopping_; }
+
+ private:
+  virtual void Run() = 0;
+
+  std::atomic<bool> stopping_ = false;
 };
 
 /// The handlers of an event.

@@ -17,10 +17,7 @@ class ManufacturerData final : public Object<winrt::IManufacturerData> {
   ManufacturerData(UINT16 company, IUnknown* data) : company_(company) {
     data->QueryInterface(winrt::IBuffer::kId, Place(data_));
   }
-  HRESULT STDMETHODCALLTYPE get_CompanyId(UINT16* value) override {
-    *value = company_;
-    return S_OK;
-  }
+  HRESULT STDMETHODCALLTYPE get_CompanyId(UINT16* value) override { return Give(company_, value); }
   HRESULT STDMETHODCALLTYPE get_Data(winrt::IBuffer** value) override { return Give(data_, value); }
 
  private:
@@ -42,12 +39,10 @@ class StatusChangedArgs final : public Object<winrt::IPublisherStatusChangedEven
   StatusChangedArgs(PublisherStatus status, BluetoothError error)
       : status_(status), error_(error) {}
   HRESULT STDMETHODCALLTYPE get_Status(PublisherStatus* value) override {
-    *value = status_;
-    return S_OK;
+    return Give(status_, value);
   }
   HRESULT STDMETHODCALLTYPE get_Error(BluetoothError* value) override {
-    *value = error_;
-    return S_OK;
+    return Give(error_, value);
   }
 
  private:
@@ -55,7 +50,7 @@ class StatusChangedArgs final : public Object<winrt::IPublisherStatusChangedEven
   BluetoothError error_;
 };
 
-class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
+class Publisher final : public Runner<winrt::IPublisher, winrt::IPublisher2> {
  public:
   explicit Publisher(winrt::IAdvertisement* advertisement) {
     advertisement->get_ManufacturerData(items_.Out());
@@ -79,17 +74,8 @@ class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
     ReadItems();
     const std::size_t flags = Locked()->adds_flags ? kFlagsLength : 0;
     if (!extended_ && packet_.length + flags > kLegacyLength) return E_INVALIDARG;
-    AddRef();  // For the thread.
-    std::thread([this] {
-      Run();
-      Release();
-    }).detach();
+    StartThread();
     return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE Stop() override {
-    const HRESULT result = Locked()->stop_result;
-    if (SUCCEEDED(result)) stopping_ = true;
-    return result;
   }
 
  private:
@@ -120,12 +106,12 @@ class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
                                             : winrt::AdvertisementType::kNonConnectableUndirected);
   }
 
-  void Run() {
+  void Run() override {
     Raise(PublisherStatus::kWaiting, BluetoothError::kSuccess);
     BluetoothError error = PutOnAir();
     if (error == BluetoothError::kSuccess) {
       Raise(PublisherStatus::kStarted, error);
-      while (!stopping_ && error == BluetoothError::kSuccess) {
+      while (!IsStopping() && error == BluetoothError::kSuccess) {
         Sleep(kPollMs);
         error = WhatEndsIt();
       }
@@ -170,7 +156,6 @@ class Publisher final : public Object<winrt::IPublisher, winrt::IPublisher2> {
   Packet packet_;
   Packet* place_ = nullptr;
   bool extended_ = false;
-  std::atomic<bool> stopping_ = false;
 };
 
 class Factory final : public Object<IClassActivation, winrt::IPublisherFactory> {

@@ -11,10 +11,7 @@ class DataSection final : public Object<winrt::IDataSection> {
  public:
   DataSection(BYTE type, std::span<const std::uint8_t> data)
       : type_(type), data_(Make<winrt::ByteBuffer>(data).As<winrt::IBuffer>()) {}
-  HRESULT STDMETHODCALLTYPE get_DataType(BYTE* value) override {
-    *value = type_;
-    return S_OK;
-  }
+  HRESULT STDMETHODCALLTYPE get_DataType(BYTE* value) override { return Give(type_, value); }
   HRESULT STDMETHODCALLTYPE get_Data(winrt::IBuffer** value) override { return Give(data_, value); }
 
  private:
@@ -33,27 +30,23 @@ class ReceivedArgs final : public Object<winrt::IReceivedEventArgs, winrt::IRece
     }
   }
   HRESULT STDMETHODCALLTYPE get_RawSignalStrengthInDBm(INT16* value) override {
-    *value = packet_.rssi;
-    return S_OK;
+    return Give(packet_.rssi, value);
   }
   HRESULT STDMETHODCALLTYPE get_BluetoothAddress(UINT64* value) override {
-    *value = packet_.address;
-    return S_OK;
+    return Give(packet_.address, value);
   }
   HRESULT STDMETHODCALLTYPE get_AdvertisementType(winrt::AdvertisementType* value) override {
-    *value = winrt::AdvertisementType{packet_.type};
-    return S_OK;
+    return Give(winrt::AdvertisementType{packet_.type}, value);
   }
   HRESULT STDMETHODCALLTYPE get_Advertisement(winrt::IAdvertisement** value) override {
     return Give(advertisement_, value);
   }
   HRESULT STDMETHODCALLTYPE get_IsConnectable(boolean* value) override {
-    *value = packet_.type <= static_cast<int>(winrt::AdvertisementType::kConnectableDirected);
-    return S_OK;
+    return Give(packet_.type <= static_cast<int>(winrt::AdvertisementType::kConnectableDirected),
+                value);
   }
   HRESULT STDMETHODCALLTYPE get_IsScanResponse(boolean* value) override {
-    *value = packet_.type == static_cast<int>(winrt::AdvertisementType::kScanResponse);
-    return S_OK;
+    return Give(packet_.type == static_cast<int>(winrt::AdvertisementType::kScanResponse), value);
   }
 
  private:
@@ -65,15 +58,14 @@ class StoppedArgs final : public Object<winrt::IWatcherStoppedEventArgs> {
  public:
   explicit StoppedArgs(BluetoothError error) : error_(error) {}
   HRESULT STDMETHODCALLTYPE get_Error(BluetoothError* value) override {
-    *value = error_;
-    return S_OK;
+    return Give(error_, value);
   }
 
  private:
   BluetoothError error_;
 };
 
-class Watcher final : public Object<winrt::IWatcher, winrt::IWatcher2> {
+class Watcher final : public Runner<winrt::IWatcher, winrt::IWatcher2> {
  public:
   HRESULT STDMETHODCALLTYPE put_ScanningMode(winrt::ScanningMode value) override {
     active_ = value == winrt::ScanningMode::kActive;
@@ -103,25 +95,14 @@ class Watcher final : public Object<winrt::IWatcher, winrt::IWatcher2> {
   HRESULT STDMETHODCALLTYPE Start() override {
     const int threads = Locked()->receivers;
     running_ = threads;
-    for (int i = 0; i < threads; ++i) {
-      AddRef();
-      std::thread([this] {
-        Run();
-        Release();
-      }).detach();
-    }
+    for (int i = 0; i < threads; ++i) StartThread();
     return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE Stop() override {
-    const HRESULT result = Locked()->stop_result;
-    if (SUCCEEDED(result)) stopping_ = true;
-    return result;
   }
 
  private:
-  void Run() {
+  void Run() override {
     BluetoothError error = BluetoothError::kSuccess;
-    while (!stopping_ && error == BluetoothError::kSuccess) {
+    while (!IsStopping() && error == BluetoothError::kSuccess) {
       for (const Packet& packet : Heard()) received_.Raise(Make<ReceivedArgs>(packet));
       Sleep(kIntervalMs);
       const Locked state;
@@ -150,7 +131,6 @@ class Watcher final : public Object<winrt::IWatcher, winrt::IWatcher2> {
   Handlers<winrt::WatcherStopped> stopped_;
   bool active_ = false;
   bool extended_ = false;
-  std::atomic<bool> stopping_ = false;
   std::atomic<int> running_ = 0;
 };
 
