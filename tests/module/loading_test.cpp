@@ -77,7 +77,7 @@ TEST_F(LoadingStory, TheProgramsPathMustBeWhole) {
 TEST_F(LoadingStory, NeedsAll17Exports) {
   base::log::SetLogLevel(3);
   for (int there = 0; there < 17; ++there) {
-    pc_.FailNext("GetProcAddress", 127, 1, there);
+    pc_.FailNext("GetProcAddress", 127, there);
     Init(0);
     EXPECT_EQ(LoadCount(), 0);
   }

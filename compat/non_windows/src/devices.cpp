@@ -18,10 +18,6 @@
 namespace simulated_pc {
 namespace {
 
-/// The set-up class of Bluetooth devices, {E0CBF06C-CD8B-4647-BB8A-263B43F0F974}.
-constexpr GUID kBluetoothSetupClass = {
-    0xE0CBF06C, 0xCD8B, 0x4647, {0xBB, 0x8A, 0x26, 0x3B, 0x43, 0xF0, 0xF9, 0x74}};
-
 std::string ParametersKey(const Device& device) {
   return R"(SYSTEM\CurrentControlSet\Enum\)" + device.instance_id + R"(\Device Parameters)";
 }
@@ -95,7 +91,6 @@ STAND_IN BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* 
     const auto& ids = pc->Get<DeviceSet>(set).instance_ids;
     if (device->cbSize != sizeof *device) throw Win32Error{ERROR_INVALID_USER_BUFFER};
     if (index >= ids.size()) throw Win32Error{ERROR_NO_MORE_ITEMS};
-    device->ClassGuid = kBluetoothSetupClass;
     device->DevInst = index + 1;
   });
 }

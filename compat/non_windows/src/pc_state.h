@@ -61,7 +61,6 @@ struct Library {
 
 struct Failure {
   DWORD error;
-  int times;
   int skip;
 };
 
@@ -108,7 +107,7 @@ struct PcState {
   std::uintptr_t last_handle = 0x10000;
 
   std::shared_ptr<const SimulatedPc::CallObserver> observer;
-  std::map<std::string, std::deque<Failure>, std::less<>> failures;
+  std::map<std::string, Failure, std::less<>> failures;
 };
 
 /// The state of the one simulated PC, locked. Window procedures and observers are called without

@@ -59,15 +59,9 @@ void StandInCall::Observe(CallName name, const std::string& arguments) {
 DWORD StandInCall::TakeFailure(CallName name) {
   const LockedPc pc;
   const auto found = pc->failures.find(name);
-  if (found == pc->failures.end()) return ERROR_SUCCESS;
-  Failure& failure = found->second.front();
-  if (failure.skip > 0) {
-    --failure.skip;
-    return ERROR_SUCCESS;
-  }
-  const DWORD error = failure.error;
-  if (--failure.times == 0) found->second.pop_front();
-  if (found->second.empty()) pc->failures.erase(found);
+  if (found == pc->failures.end() || found->second.skip-- > 0) return ERROR_SUCCESS;
+  const DWORD error = found->second.error;
+  pc->failures.erase(found);
   return error;
 }
 
@@ -112,8 +106,8 @@ void SimulatedPc::SetCallObserver(CallObserver observer) {
   LockedPc()->observer.swap(shared);
 }
 
-void SimulatedPc::FailNext(CallName call, std::uint32_t last_error, int times, int skip) {
-  if (times > 0) LockedPc()->failures[std::string(call)].push_back({last_error, times, skip});
+void SimulatedPc::FailNext(CallName call, std::uint32_t last_error, int skip) {
+  LockedPc()->failures[std::string(call)] = {last_error, skip};
 }
 
 void SimulatedPc::SetWindowsVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t build) {

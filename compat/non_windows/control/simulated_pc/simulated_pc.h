@@ -53,10 +53,10 @@ class SIMULATED_PC_EXPORT SimulatedPc {
   /// where `LoadLibraryA` looks first.
   void SetExecutablePath(std::string path);
 
-  /// The next `times` calls of this stand-in call fail with this last-error value; when `skip` is
-  /// positive, that many calls succeed first. Calls that return their error return this one;
-  /// `GetLastError` and `SetLastError` cannot fail.
-  void FailNext(CallName call, std::uint32_t last_error, int times = 1, int skip = 0);
+  /// The next call of this stand-in call fails with this last-error value; when `skip` is positive,
+  /// that many calls succeed first. In place of what the call was told before. Calls that return
+  /// their error return this one; `GetLastError` and `SetLastError` cannot fail.
+  void FailNext(CallName call, std::uint32_t last_error, int skip = 0);
 
   /// Posts a device-change message to every window that is registered for device notifications,
   /// or, with wParam 7 (device nodes changed), to every top-level window, as the system does. The
