@@ -1,6 +1,5 @@
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 #include <utility>
 
 #include <plenar_ble_api/ble_api.h>
