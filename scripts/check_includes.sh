@@ -15,7 +15,7 @@ findings=$({ iwyu_tool -p "$build" -j "$(nproc)" "${sources[@]}" -- -Xiwyu --no_
   -Xiwyu --check_also="$PWD/*.h" -Wno-error || true; } | awk -v root="$PWD/" '
     / should (add|remove) these lines:$/ {
       file = substr($1, length(root) + 1)
-      mode = index($1, root) != 1 || file ~ /^build\/|_inl\.h$/ ? "" : $3
+      mode = index($1, root) != 1 || file ~ /^build\// ? "" : $3
       text = ""
       while ((getline line < $1) > 0) text = text line "\n"
       close($1)
@@ -23,11 +23,11 @@ findings=$({ iwyu_tool -p "$build" -j "$(nproc)" "${sources[@]}" -- -Xiwyu --no_
     /^The full include-list/ { mode = "" }
     # What it does not see: defaulted comparisons, concepts, ranges, some moves, the use of a macro, what only Windows takes
     # from a header, and that some headers stand for others.
-    mode == "remove" && /^- #include/ && !/<(compare|concepts|chrono|cwchar|[fs]stream|nlohmann\/.*|CLI\/.*|[a-z\/]+\.h)>|_inl\.h/ &&
+    mode == "remove" && /^- #include/ && !/<(compare|concepts|chrono|cwchar|[fs]stream|nlohmann\/.*|CLI\/.*|[a-z\/]+\.h)>/ &&
       !(/<algorithm>/ && text ~ /std::ranges::/) && !(/<utility>/ && text ~ /std::move/) && !(/plenar/ && text ~ /#define/) {
       print file ": includes " $3 " without need"
     }
-    mode == "add" && /^#include/ && !/<[^>]*\/|<(ranges|iterator|ratio|iosfwd)>|_export\.h|_inl\.h/ {
+    mode == "add" && /^#include/ && !/<[^>]*\/|<(ranges|iterator|ratio|iosfwd)>|_export\.h/ {
       scope = $2 ~ /^</ ? "std::" : "(^|[^A-Za-z_0-9])"
       names = $0
       sub(/.*\/\/ for /, "", names)

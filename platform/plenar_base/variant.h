@@ -26,9 +26,9 @@ class PLENAR_BASE_EXPORT Variant {
   Variant() noexcept;
   explicit Variant(bool value) noexcept;
   template <std::signed_integral Integer>
-  explicit Variant(Integer value) noexcept : value_(std::int64_t{value}) {}
+  explicit Variant(Integer value) noexcept;
   template <std::unsigned_integral Integer>
-  explicit Variant(Integer value) noexcept : value_(std::uint64_t{value}) {}
+  explicit Variant(Integer value) noexcept;
   explicit Variant(std::string value) noexcept;
   explicit Variant(const char* value);  ///< Null counts as an empty text.
   Variant(const Variant& other);
@@ -68,5 +68,11 @@ struct Variant::Member {
   std::string key;
   Variant value;
 };
+
+template <std::signed_integral Integer>
+Variant::Variant(Integer value) noexcept : value_(std::int64_t{value}) {}
+
+template <std::unsigned_integral Integer>
+Variant::Variant(Integer value) noexcept : value_(std::uint64_t{value}) {}
 
 }  // namespace base::variant
