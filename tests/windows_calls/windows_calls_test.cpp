@@ -39,17 +39,6 @@ TEST(Libraries, AreLoadedFromTheProgramsFolderCountedAndFoundWhileLoaded) {
   EXPECT_FALSE(FreeLibrary(library));
 }
 
-TEST(Paths, TheProgramsHasBackslashesAndIsCutAtTheBuffersEnd) {
-  wchar_t path[MAX_PATH] = {};
-  const std::wstring text(path, GetModuleFileNameW(nullptr, path, MAX_PATH));
-  EXPECT_EQ(text.find(L'/'), std::wstring::npos);
-  EXPECT_NE(text.find(L"\\windows_calls_test"), std::wstring::npos);
-  path[3] = L'?';
-  EXPECT_EQ(GetModuleFileNameW(nullptr, path, 3), 3u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
-  EXPECT_EQ(path[3], L'?');
-}
-
 TEST(Paths, LoseTheirLastNameButNotTheRoot) {
   const std::pair<std::wstring, std::wstring> cases[] = {{L"\\a\\b.exe", L"\\a"},
                                                          {L"\\b.exe", L"\\"},
