@@ -158,7 +158,7 @@ int Run(int argc, char** argv) {
   const std::string points_file = TakeOption(arguments, "--points=");
   // Many short repetitions, all sides interleaved; what the caller names comes later and counts.
   for (const char* const usual : {"--benchmark_enable_random_interleaving=true",
-                                  "--benchmark_repetitions=15", "--benchmark_min_time=0.01"}) {
+                                  "--benchmark_repetitions=30", "--benchmark_min_time=0.01"}) {
     arguments.insert(arguments.begin() + 1, const_cast<char*>(usual));
   }
   int count = static_cast<int>(arguments.size());

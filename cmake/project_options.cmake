@@ -39,6 +39,8 @@ if(MSVC)
 else()
   # A symbol that is unique in the process would keep its library loaded for ever.
   add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  # No other library's symbols take the place of ours, so a library's calls to itself may be inlined.
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-semantic-interposition>)
   # No path of the machine that built them stands in the binaries.
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>
     $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_BINARY_DIR}/=>)
