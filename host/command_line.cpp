@@ -25,14 +25,12 @@ std::string DigitsOf(std::string text) {
 }
 
 std::string CheckUuid(const std::string& text) {
-  std::string right = DigitsOf(text);
-  const bool is_uuid = right.size() == 32 && HexToBytes(right);
-  if (!is_uuid) right = kExampleUuid;
-  if (is_uuid) {
-    for (const std::size_t place : {8u, 13u, 18u, 23u}) right.insert(place, 1, '-');
+  const std::string digits = DigitsOf(text);
+  if (digits.size() != 32 || !HexToBytes(digits)) {
+    return std::string("not a UUID like ") + kExampleUuid;
   }
-  return text == right && is_uuid ? ""
-                                  : std::string(is_uuid ? "write " : "not a UUID like ") + right;
+  const std::string right = UuidText(digits);
+  return text == right ? "" : "write " + right;
 }
 
 std::string CheckLength(const std::string& data) {

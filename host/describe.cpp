@@ -55,15 +55,14 @@ std::string WellFormed(const std::string& text) {
 }  // namespace
 
 std::optional<std::string> HexToBytes(std::string_view hex) {
-  if (hex.size() % 2 != 0) return std::nullopt;
-  std::string bytes;
-  for (; !hex.empty(); hex.remove_prefix(2)) {
-    const auto high = kHexDigits.find(hex[0]);
-    const auto low = kHexDigits.find(hex[1]);
-    if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
-    bytes += static_cast<char>((high & 0xF) << 4 | (low & 0xF));
-  }
-  return bytes;
+  const bool is_hex = hex.find_first_not_of(kHexDigits) == std::string_view::npos;
+  if (!is_hex || hex.size() % 2 != 0) return std::nullopt;
+  return ble::UuidToBytes(hex);
+}
+
+std::string UuidText(std::string digits) {
+  for (const std::size_t place : {8u, 13u, 18u, 23u}) digits.insert(place, 1, '-');
+  return digits;
 }
 
 std::string BytesToHex(std::string_view bytes) {

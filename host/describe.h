@@ -14,6 +14,8 @@ namespace qvs_host {
 /// The bytes of an even number of hexadecimal digits; none for any other text.
 [[nodiscard]] std::optional<std::string> HexToBytes(std::string_view hex);
 [[nodiscard]] std::string BytesToHex(std::string_view bytes);
+/// The text of a UUID of 32 digits.
+[[nodiscard]] std::string UuidText(std::string digits);
 
 /// A text in which quotes and what is not seen (control, formatting and zero-width characters) are
 /// escaped; ill-formed UTF-8 becomes U+FFFD.

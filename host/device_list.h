@@ -33,7 +33,7 @@ class DeviceList {
   /// Gives a line about each device that is lost from now on.
   std::vector<std::string> FindLost(Clock::time_point now);
 
-  /// "3 devices heard, 1 of them lost" or "nothing heard", and for how long.
+  /// How many were heard in which time, and how many of them are lost.
   [[nodiscard]] std::string Summary(Clock::time_point now) const;
   /// The list as lines for a terminal: what was looked for, and a line for each device.
   [[nodiscard]] std::vector<std::string> Table(const std::string& uuid, TerminalSize size,

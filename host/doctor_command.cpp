@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <string>
 
@@ -20,14 +21,21 @@
 namespace qvs_host {
 namespace {
 
-/// Keeps the last error that is logged.
+/// Keeps the last error that is logged. [any thread]
 class LastError final : public base::log::LogSink {
  public:
   void Write(const base::log::LogRecord& record) override {
-    if (record.level <= 3) message = record.message;
+    const std::scoped_lock lock(mutex_);
+    if (record.level <= 3) message_ = record.message;
+  }
+  [[nodiscard]] std::string Message() {
+    const std::scoped_lock lock(mutex_);
+    return message_;
   }
 
-  std::string message;
+ private:
+  std::mutex mutex_;
+  std::string message_;
 };
 
 /// Prints a line about each thing that is looked at, and counts what is wrong.
@@ -45,9 +53,12 @@ class Findings {
   int wrong_ = 0;
 };
 
-/// Who signed a file that is there, and whether the system trusts that.
-std::string Signature(const std::filesystem::path& file) {
-  const std::string signer = util::deviceinfo::GetFileSignature(ble::PathText(file));
+std::string SignerOf(const std::filesystem::path& file) {
+  return util::deviceinfo::GetFileSignature(ble::PathText(file));
+}
+
+/// Who signed a file, and whether the system trusts that.
+std::string Signature(const std::filesystem::path& file, const std::string& signer) {
   if (signer.empty()) return ble::PathText(file) + ": not signed";
   return ble::PathText(file) + ": signed by " + Quoted(signer) +
          (util::crypto::VerifyFile(file.wstring()) == 0 ? ", trusted here" : ", not trusted here");
@@ -56,13 +67,12 @@ std::string Signature(const std::filesystem::path& file) {
 bool LookAtFiles(Findings& findings) {
   const auto module = ble::BesideProgram(ble::kModuleFile);
   const auto library = ble::BesideProgram(ble::kBleApiFile);
-  const bool is_signed = !util::deviceinfo::GetFileSignature(ble::PathText(library)).empty();
-  const std::string missing = " is missing: install it beside the program";
-  const bool has_module =
-      findings.Line(ble::FileExists(module), Signature(module) + "; it need not be",
-                    ble::PathText(module) + missing);
-  const bool has_library = findings.Line(ble::FileExists(library) && is_signed, Signature(library),
-                                         ble::ExplainBleApiFile());
+  const bool has_module = findings.Line(
+      ble::FileExists(module), Signature(module, SignerOf(module)) + "; it need not be",
+      ble::PathText(module) + " is missing: install it beside the program");
+  const std::string signer = SignerOf(library);
+  const bool has_library = findings.Line(!signer.empty(), Signature(library, signer),
+                                         signer.empty() ? ble::ExplainBleApiFile() : "");
   return has_module && has_library;
 }
 
@@ -73,8 +83,7 @@ std::string RandomUuid() {
     const std::string part = "0000000" + BytesToHex(std::to_string(random()));
     digits += part.substr(part.size() - 8);
   }
-  for (const std::size_t place : {8u, 13u, 18u, 23u}) digits.insert(place, 1, '-');
-  return digits;
+  return UuidText(digits);
 }
 
 void TryToAdvertise(Session& session, Findings& findings) {
@@ -128,7 +137,7 @@ void Diagnose(const Options& options) {
     const ble::Result result = session.Client().Init();
     if (findings.Line(result != ble::Result::kLibraryFailure,
                       "the module loads, and takes the library with all it exports",
-                      "the module does not take the library: " + Escaped(error->message))) {
+                      "the module does not take the library: " + Escaped(error->Message()))) {
       LookAtRadio(session, findings);
     }
   }

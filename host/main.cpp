@@ -28,7 +28,7 @@ int Run(const Options& options, const std::function<void()>& act) {
   if (!options.log_file.empty()) {
     const std::u8string name(options.log_file.begin(), options.log_file.end());
     try {
-      log_file.emplace(base::log::MakeFileSink(name));
+      WithoutInterrupts([&] { log_file.emplace(base::log::MakeFileSink(name)); });
     } catch (const std::system_error& error) {
       return Complain("cannot open " + options.log_file + ": " + error.code().message(),
                       kExitBadArguments);

@@ -27,9 +27,12 @@ struct TerminalSize {
 /// The program's arguments as UTF-8, without its name.
 [[nodiscard]] std::vector<std::string> ArgumentsInUtf8(int argc, char** argv);
 
+/// Runs a function; the threads that it starts leave it to others to be interrupted.
+void WithoutInterrupts(const std::function<void()>& function);
+
 /// Calls a function, on a thread of its own, when the user asks the program to end (Ctrl-C, the
-/// terminal closes, the system shuts down). To be
-/// made before any other thread, one at a time.
+/// terminal closes, the system shuts down). To be made before any thread that is not started in
+/// `WithoutInterrupts`, one at a time.
 class InterruptWatch {
  public:
   explicit InterruptWatch(std::function<void()> interrupted);

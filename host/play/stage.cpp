@@ -34,12 +34,12 @@ Stage::Stage(base::time::SimulatedTime& time, TimeLine& line)
   radio_.UseManualTime(time_.SteadyMilliseconds());
   radio_.SetAir(plenar_ble_control::Air::kInProcess);
   radio_.SetReportDelays(kDelays);
-  time_.AddParticipant(*this);
+  time_.SetParticipant(this);
 }
 
 Stage::~Stage() {
   client_.reset();
-  time_.RemoveParticipant(*this);
+  time_.SetParticipant(nullptr);
   radio_.Reset();
 }
 

@@ -47,29 +47,51 @@ std::vector<std::string> ArgumentsInUtf8(int argc, char** argv) {
   return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
 }
 
-/// The signals are blocked in every thread, and taken by one that does nothing else.
-class InterruptWatch::Impl {
+namespace {
+
+/// Blocks what interrupts the program, in this thread and those that it starts meanwhile.
+class InterruptsBlocked {
  public:
-  explicit Impl(std::function<void()> interrupted) {
+  InterruptsBlocked() {
     sigemptyset(&signals_);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
     pthread_sigmask(SIG_BLOCK, &signals_, &former_mask_);
-    waiter_ = std::thread([this, interrupted = std::move(interrupted)] {
-      int signal = 0;
-      while (sigwait(&signals_, &signal) == 0 && !ending_) interrupted();
-    });
   }
+  InterruptsBlocked(const InterruptsBlocked&) = delete;
+  InterruptsBlocked& operator=(const InterruptsBlocked&) = delete;
+  ~InterruptsBlocked() { pthread_sigmask(SIG_SETMASK, &former_mask_, nullptr); }
+
+  [[nodiscard]] const sigset_t& Signals() const { return signals_; }
+
+ private:
+  sigset_t signals_{};
+  sigset_t former_mask_{};
+};
+
+}  // namespace
+
+void WithoutInterrupts(const std::function<void()>& function) {
+  const InterruptsBlocked blocked;
+  function();
+}
+
+/// The signals are blocked in every thread, and taken by one that does nothing else.
+class InterruptWatch::Impl {
+ public:
+  explicit Impl(std::function<void()> interrupted)
+      : waiter_([this, interrupted = std::move(interrupted)] {
+          int signal = 0;
+          while (sigwait(&blocked_.Signals(), &signal) == 0 && !ending_) interrupted();
+        }) {}
 
   ~Impl() {
     ending_ = true;
     pthread_kill(waiter_.native_handle(), SIGINT);
     waiter_.join();
-    pthread_sigmask(SIG_SETMASK, &former_mask_, nullptr);
   }
 
  private:
-  sigset_t signals_{};
-  sigset_t former_mask_{};
+  const InterruptsBlocked blocked_;
   std::atomic<bool> ending_ = false;
   std::thread waiter_;
 };

@@ -82,6 +82,11 @@ std::vector<std::string> ArgumentsInUtf8(int, char**) {
   return arguments;
 }
 
+// The system brings a thread of its own.
+void WithoutInterrupts(const std::function<void()>& function) {
+  function();
+}
+
 class InterruptWatch::Impl {
  public:
   explicit Impl(std::function<void()> interrupted) {

@@ -209,7 +209,7 @@ const std::array<std::string, 4> kMeetings[] = {
 TEST(HostProgram, IsHeardByAnotherAndEndsTidilyHoweverItIsAskedTo) {
   for (const auto& [data, scan, shown, bytes] : kMeetings) {
     const std::string uuid = RandomUuid();
-    Program advertiser("advertise --uuid " + uuid + ' ' + data);
+    Program advertiser("--log-level 1 --log-file /dev/null advertise --uuid " + uuid + ' ' + data);
     EXPECT_THAT(advertiser.WaitForLine("of 12 bytes"), HasSubstr(shown));
     EXPECT_EQ(advertiser.WaitForLine("advertising"), "advertising\n");
     Program scanner("scan --uuid " + uuid + ' ' + scan);
