@@ -33,9 +33,10 @@ set(CMAKE_INSTALL_RPATH "$ORIGIN")
 add_library(qvs_options INTERFACE)
 if(MSVC)
   # C4251 and C4275 are about classes of the standard library in exported ones: whoever loads these
-  # libraries is built with the same compiler and run-time library.
+  # libraries is built with the same compiler and run-time library. C4324 tells of padding that is
+  # asked for. Functions with C linkage may throw: no /EHsc.
   target_compile_options(qvs_options INTERFACE
-    /W4 /WX /permissive- /utf-8 /EHsc /wd4251 /wd4275 /d1trimfile:${PROJECT_SOURCE_DIR}/)
+    /W4 /WX /permissive- /utf-8 /EHs /wd4251 /wd4275 /wd4324 /d1trimfile:${PROJECT_SOURCE_DIR}/)
 else()
   # A symbol that is unique in the process would keep its library loaded for ever.
   add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)

@@ -45,7 +45,6 @@ class PLENAR_BASE_EXPORT Variant {
   [[nodiscard]] const Variant& Get(std::string_view key) const noexcept;
 
   [[nodiscard]] Type GetType() const noexcept;
-  [[nodiscard]] bool Has(std::string_view key) const noexcept;
   [[nodiscard]] std::vector<std::string> Keys() const;  ///< In byte order.
 
   [[nodiscard]] bool AsBoolean() const noexcept;

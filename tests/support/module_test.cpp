@@ -74,7 +74,7 @@ ModuleTest::ModuleTest() : time_(std::make_shared<base::time::SimulatedTime>()) 
     recorder_.Add(kBle, "ble " + std::string(function) + '(' + arguments + ')');
   });
   radio_in_time_ = std::make_unique<RadioInTime>(*radio_);
-  time_->AddParticipant(*radio_in_time_);
+  time_->SetParticipant(radio_in_time_.get());
 }
 
 ModuleTest::~ModuleTest() {
@@ -143,7 +143,7 @@ void ModuleTest::Restart() {
 }
 
 void ModuleTest::ReleaseBleApi() {
-  time_->RemoveParticipant(*radio_in_time_);
+  time_->SetParticipant(nullptr);
   radio_->SetCallObserver(nullptr);
   ble_api_.reset();
 }

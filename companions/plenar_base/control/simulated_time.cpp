@@ -36,21 +36,11 @@ void SimulatedTime::JumpWall(std::int64_t seconds) noexcept {
   wall_offset_seconds_ += seconds;
 }
 
-void SimulatedTime::AddParticipant(SimulatedTimeParticipant& participant) {
-  participants_.push_back(&participant);
-}
-
-void SimulatedTime::RemoveParticipant(SimulatedTimeParticipant& participant) {
-  std::erase(participants_, &participant);
-}
-
 void SimulatedTime::Settle(threading::MainLooperScope& looper) {
   std::size_t ran = 0;
   do {
     ran = looper.RunUntilIdle();
-    for (SimulatedTimeParticipant* const participant : participants_) {
-      ran += participant->AdvanceTo(steady_ms_);
-    }
+    if (participant_ != nullptr) ran += participant_->AdvanceTo(steady_ms_);
   } while (ran > 0);
 }
 
@@ -59,11 +49,8 @@ void SimulatedTime::RunFor(threading::MainLooperScope& looper, std::uint64_t mil
   const std::uint64_t end =
       now + std::min(milliseconds, std::numeric_limits<std::uint64_t>::max() - now);
   const auto next_deadline = [&] {
-    Deadline next = looper.NextDeadline();
-    for (SimulatedTimeParticipant* const participant : participants_) {
-      next = Earlier(next, participant->NextDeadline());
-    }
-    return next;
+    return Earlier(looper.NextDeadline(),
+                   participant_ != nullptr ? participant_->NextDeadline() : std::nullopt);
   };
 
   Settle(looper);

@@ -45,7 +45,7 @@ void AppendSpecial(std::string& out, std::string_view& text) {
 void AppendQuoted(std::string& out, std::string_view text) {
   out += '"';
   while (true) {
-    const auto* const special = std::find_if_not(
+    const auto special = std::find_if_not(
         text.begin(), text.end(), [](char c) { return kIsPlain[static_cast<unsigned char>(c)]; });
     out.append(text.begin(), special);
     text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
@@ -96,8 +96,9 @@ bool JsonValue::SetJsonObject(const std::string& key, const JsonValue& value) {
   const auto found = std::find_if(members_.begin(), members_.end(), [&](std::size_t member) {
     return std::mismatch(name.begin(), name.end(), text_.data() + member).first == name.end();
   });
+  const bool is_new = found == members_.end();
   members_.push_back(at);
-  if (found + 1 != members_.end()) ReplaceByLast(found);
+  if (!is_new) ReplaceByLast(found);
   return true;
 }
 

@@ -90,10 +90,6 @@ const Variant& Variant::Get(std::string_view key) const noexcept {
   return found != nullptr ? *found : Immortal<const Variant>();
 }
 
-bool Variant::Has(std::string_view key) const noexcept {
-  return Find(std::get_if<Members>(&value_), key) != nullptr;
-}
-
 Variant::Type Variant::GetType() const noexcept {
   return static_cast<Type>(value_.index());
 }

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <iterator>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -42,7 +41,7 @@ class Output {
  public:
   struct Entry {
     std::shared_ptr<LogSink> sink;
-    bool is_removed;  ///< From inside a sink: goes when that has returned.
+    bool is_removed;  ///< From inside a sink: goes when all have the line.
   };
   using Entries = std::list<Entry>;
 
@@ -66,7 +65,7 @@ class Output {
     if (this_thread.place != Place::kNotInSink) return change(entries_);
     const auto change_now = [&] {
       change(entries_);
-      entries_.remove_if([](const Entry& entry) { return entry.is_removed; });
+      DropRemoved();
     };
     if (Begin()) {
       change_now();
@@ -113,14 +112,18 @@ class Output {
 
   void WriteNow(const LogRecord& record, bool from_sink) noexcept {
     this_thread.place = from_sink ? Place::kInSinkWithLineOfSink : Place::kInSink;
-    for (auto entry = entries_.begin(); entry != entries_.end();) {
+    for (const Entry& entry : entries_) {
       try {
-        if (!entry->is_removed) entry->sink->Write(record);
+        if (!entry.is_removed) entry.sink->Write(record);
       } catch (...) {  // there is nowhere to tell it
       }
-      entry = entry->is_removed ? entries_.erase(entry) : std::next(entry);
     }
+    DropRemoved();
     this_thread.place = Place::kNotInSink;
+  }
+
+  void DropRemoved() noexcept {
+    entries_.remove_if([](const Entry& entry) { return entry.is_removed; });
   }
 
   std::atomic<std::size_t> undone_{0};  // whoever makes it more than 0 does jobs until it is 0

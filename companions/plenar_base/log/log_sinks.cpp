@@ -50,7 +50,7 @@ class FileSink final : public LogSink {
 
  private:
   void Open() {
-    stream_.open(file_, std::ios::app);
+    stream_.open(file_, std::ios::app | std::ios::binary);  // as many bytes as are counted
     std::error_code no_size;
     const auto size = std::filesystem::file_size(file_, no_size);
     size_ = no_size ? 0 : size;

@@ -76,6 +76,7 @@ void LooperCore::Close() {
   while (waking_ != 0) std::this_thread::yield();
   waiter_.reset();
   wake_ = nullptr;
+  time_.reset();
   // What the tasks hold may post, which does nothing now, or stop a timer.
   batch_.clear();
   next_ = 0;

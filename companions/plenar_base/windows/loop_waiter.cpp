@@ -25,6 +25,15 @@ struct Releaser {
   }
 };
 
+/// One that is exact, where the system has such: since Windows 10, version 1803.
+HANDLE MakeWaitableTimer() {
+  for (const DWORD flags : {kHighResolution, DWORD{0}}) {
+    const HANDLE timer = CreateWaitableTimerExW(nullptr, nullptr, flags, TIMER_ALL_ACCESS);
+    if (timer != nullptr) return timer;
+  }
+  return nullptr;
+}
+
 template <class Result>
 Result Checked(Result result) {
   if (result) return result;
@@ -69,7 +78,7 @@ class WindowWaiter final : public LoopWaiter {
     const std::optional<std::uint64_t> deadline = looper_.NextDeadline();
     const std::uint64_t now = looper_.Now();
     if (deadline && *deadline <= now) {
-      Wake();
+      if (!has_posted_) has_posted_ = Wake();
     } else if (deadline != armed_) {
       armed_ = deadline;
       if (!deadline) {
@@ -90,6 +99,8 @@ class WindowWaiter final : public LoopWaiter {
     if (message == WM_TIMER) {  // it may come a little early: it is set anew for what is left
       KillTimer(window, kTimer);
       self->armed_.reset();
+    } else {
+      self->has_posted_ = false;
     }
     self->looper_.RunFromMessage();
     return 0;
@@ -97,12 +108,12 @@ class WindowWaiter final : public LoopWaiter {
 
   LooperCore& looper_;
   std::optional<std::uint64_t> armed_;  ///< For when the window's timer is set.
+  bool has_posted_ = false;  ///< A work message of `HandOver` is on its way: one is enough.
   const std::unique_ptr<std::remove_pointer_t<HWND>, Releaser<&DestroyWindow>> window_{
       Checked(CreateWindowExW(0, L"STATIC", L"PlenarBaseMainLooper", 0, 0, 0, 0, 0, HWND_MESSAGE,
                               nullptr, nullptr, nullptr))};
   /// Exact where the window's timer is not; for `Wait`.
-  const std::unique_ptr<void, Releaser<&CloseHandle>> timer_{
-      Checked(CreateWaitableTimerExW(nullptr, nullptr, kHighResolution, TIMER_ALL_ACCESS))};
+  const std::unique_ptr<void, Releaser<&CloseHandle>> timer_{Checked(MakeWaitableTimer())};
 };
 
 }  // namespace

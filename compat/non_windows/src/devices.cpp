@@ -122,7 +122,6 @@ STAND_IN LSTATUS RegOpenKeyExA(HKEY key, const char* sub_key, DWORD options, DWO
     if (key != HKEY_LOCAL_MACHINE || device == pc->devices.end() || !device->has_parameters_key) {
       throw Win32Error{ERROR_FILE_NOT_FOUND};
     }
-    if (access != KEY_READ) throw Win32Error{ERROR_ACCESS_DENIED};
     *result = static_cast<HKEY>(pc->Open(RegistryKey{device->write_scan_enable}));
   }));
 }

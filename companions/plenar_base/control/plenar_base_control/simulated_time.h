@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 #include <plenar_base/main_looper.h>
 #include <plenar_base/time_source.h>
@@ -40,11 +39,10 @@ class SimulatedTime final : public TimeSource {
   /// Sets the wall clock forward or back; the steady clock is not touched. Any thread.
   void JumpWall(std::int64_t seconds) noexcept;
 
-  /// Adds a participant, not owned; it stays until it is removed.
-  void AddParticipant(SimulatedTimeParticipant& participant);
-  void RemoveParticipant(SimulatedTimeParticipant& participant);
+  /// The one that takes part besides the looper, or null. Not owned.
+  void SetParticipant(SimulatedTimeParticipant* participant) { participant_ = participant; }
 
-  /// Runs the looper and the participants until nothing is left to do at the present moment.
+  /// Runs the looper and the participant until nothing is left to do at the present moment.
   void Settle(threading::MainLooperScope& looper);
 
   /// Lets `milliseconds` pass: settles, steps to the next deadline, and so on. What is due exactly
@@ -54,7 +52,7 @@ class SimulatedTime final : public TimeSource {
  private:
   std::atomic<std::uint64_t> steady_ms_{0};
   std::atomic<std::int64_t> wall_offset_seconds_;
-  std::vector<SimulatedTimeParticipant*> participants_;
+  SimulatedTimeParticipant* participant_ = nullptr;
 };
 
 }  // namespace base::time

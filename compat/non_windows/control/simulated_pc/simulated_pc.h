@@ -55,7 +55,7 @@ class SIMULATED_PC_EXPORT SimulatedPc {
 
   /// The next call of this stand-in call fails with this last-error value; when `skip` is positive,
   /// that many calls succeed first. In place of what the call was told before. Calls that return
-  /// their error return this one; `GetLastError` and `SetLastError` cannot fail.
+  /// their error return this one; `GetLastError` cannot fail.
   void FailNext(CallName call, std::uint32_t last_error, int skip = 0);
 
   /// Posts a device-change message to every window that is registered for device notifications,
