@@ -99,7 +99,8 @@ TEST_F(SystemRadioTest, ABleCheckTellsWhatMayPassFromWhatWillNotAndTakesAFractio
       {[](State&) {}, 0},
       {[](State& state) { state.adapter = false; }, 6},
       {[](State& state) { state.answer_after_ms = 400; }, 6},
-      {[](State& state) { state.radio_on = false; }, 0},  // The module looks at that itself.
+      {[](State& state) { state.answer_after_ms = 400; }, 0},  // That was the answer before.
+      {[](State& state) { state.radio_on = false; }, 0},       // The module looks at that itself.
       {[](State& state) { state.access = false; }, 202},
       {[](State& state) { state.low_energy = false; }, 203},
       {[](State& state) { state.peripheral_role = false; }, 204},
@@ -110,7 +111,7 @@ TEST_F(SystemRadioTest, ABleCheckTellsWhatMayPassFromWhatWillNotAndTakesAFractio
     const ULONGLONG start = GetTickCount64();
     EXPECT_EQ(static_cast<int>(BleCheckState()), expected);
     EXPECT_LT(GetTickCount64() - start, 300u);
-    if (expected == 6) Sleep(500);
+    Sleep(Locked()->answer_after_ms);
   }
   EXPECT_THAT(log.Take(),
               testing::AllOf(testing::HasSubstr("GetDefaultAsync failed, error: 0x80070005"),

@@ -13,16 +13,9 @@ bool OnLibraryThread() noexcept {
   return on_library_thread;
 }
 
-LibraryThreadScope::LibraryThreadScope() noexcept
-    : former_(std::exchange(on_library_thread, true)) {}
-
-LibraryThreadScope::~LibraryThreadScope() {
-  on_library_thread = former_;
-}
-
 std::thread StartLibraryThread(std::function<void()> body) {
   return std::thread([body = std::move(body)] {
-    const LibraryThreadScope scope;
+    on_library_thread = true;
     body();
   });
 }

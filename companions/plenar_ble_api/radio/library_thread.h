@@ -7,8 +7,8 @@
 
 namespace plenar_ble {
 
-/// Whether the calling thread is one of the library's own, or in a `LibraryThreadScope`. What waits
-/// for the library's threads elsewhere must not wait here.
+/// Whether the calling thread is one of the library's own. What waits for these elsewhere must not
+/// wait here.
 [[nodiscard]] bool OnLibraryThread() noexcept;
 
 /// A thread of the library. `body` must not throw.
@@ -25,19 +25,6 @@ template <class Mutex>
   if (OnLibraryThread()) return std::unique_lock(mutex, std::try_to_lock);
   return std::unique_lock(mutex);
 }
-
-/// Makes a thread of somebody else's, on which the library was called back, count as one of the
-/// library's for as long as it lives.
-class LibraryThreadScope {
- public:
-  LibraryThreadScope() noexcept;
-  LibraryThreadScope(const LibraryThreadScope&) = delete;
-  LibraryThreadScope& operator=(const LibraryThreadScope&) = delete;
-  ~LibraryThreadScope();
-
- private:
-  bool former_;
-};
 
 /// Keeps the library loaded, so that no thread of its runs in code that is gone, whatever its user
 /// unloads. To be dropped by a caller that has the library loaded itself.

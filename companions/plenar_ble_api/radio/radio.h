@@ -30,8 +30,7 @@ enum class LogLevel : int { kError = 3, kInformation = 6 };
 
 /// What the exported functions work on, an operation for each. [any thread, callables included]
 ///
-/// 1. Callables run on threads of the library (`StartLibraryThread`, `LibraryThreadScope`), with no
-///    lock held.
+/// 1. Callables run on threads of the library (`StartLibraryThread`), with no lock held.
 /// 2. A setter that returns on another thread leaves no former callable running (`CallableSlot`).
 ///    An empty callable withdraws the former one.
 /// 3. A start of the publisher while it runs takes the new data, and reports its statuses.
@@ -64,8 +63,8 @@ class Radio {
   virtual int StartBroadcast() = 0;
   virtual void StopBroadcast() = 0;
 
-  /// Back to the state after loading, for the moment when the library is being unloaded: as
-  /// `UnInit` without a report, the log callable goes too, and the library is not let go.
+  /// Back to the state after loading, for the moment when the library is being unloaded or its user
+  /// wants to begin anew: as `UnInit` without a report, and the log callable goes too.
   virtual void Clear() = 0;
 
  protected:

@@ -51,7 +51,17 @@ Adapter::Answer Adapter::Ask(std::chrono::milliseconds longest) {
     }
     answer = asked_;
   }
-  if (answer.wait_for(longest) != std::future_status::ready) return {};
+  const bool is_late = answer.wait_for(longest) != std::future_status::ready;
+  {
+    // From a system that is always late, the answer to the question before counts.
+    const std::scoped_lock lock(mutex_);
+    if (is_late) {
+      std::swap(answer, late_);
+    } else {
+      late_ = {};
+    }
+  }
+  if (!answer.valid() || answer.wait_for(0s) != std::future_status::ready) return {};
   try {
     return answer.get();
   } catch (const std::future_error&) {
@@ -92,7 +102,7 @@ ComPtr<winrt::IBluetoothAdapter> Adapter::Default() const {
   ComPtr<winrt::IAsyncOperation<winrt::IBluetoothAdapter>> operation;
   Check(statics->GetDefaultAsync(operation.Out()), kCall);
   const auto progress = operation.As<winrt::IAsyncInfo>();
-  if (!progress) throw SystemError(E_NOINTERFACE, kCall);
+  if (!progress) throw SystemError{E_NOINTERFACE, kCall};
 
   // Asking again and again leaves no handler behind that the system could call later.
   auto status = winrt::AsyncStatus::kStarted;
@@ -102,7 +112,7 @@ ComPtr<winrt::IBluetoothAdapter> Adapter::Default() const {
     if (status != winrt::AsyncStatus::kStarted) break;
     if (closing_.stop_requested() || std::chrono::steady_clock::now() > end) {
       progress->Cancel();  // Best effort: nobody waits for it any more.
-      throw SystemError(HRESULT_FROM_WIN32(ERROR_TIMEOUT), kCall);
+      throw SystemError{HRESULT_FROM_WIN32(ERROR_TIMEOUT), kCall};
     }
     std::this_thread::sleep_for(kPollInterval);
   }

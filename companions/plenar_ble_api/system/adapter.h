@@ -31,7 +31,8 @@ class Adapter {
 
   explicit Adapter(Callables& callables) : callables_(callables) {}
 
-  /// What the adapter is like now. When that is not known after `longest`: temporarily unavailable.
+  /// What the adapter is like now. When that is not known after `longest`: what it was like when it
+  /// was asked before, if that was late as well, or else temporarily unavailable.
   [[nodiscard]] Answer Ask(std::chrono::milliseconds longest);
 
   /// Whether the adapter can do extended advertising. May take a while.
@@ -51,6 +52,7 @@ class Adapter {
   std::shared_ptr<TaskQueue> questions_ = std::make_shared<TaskQueue>();
   std::mutex mutex_;
   std::shared_future<Answer> asked_;  // The last question, answered or not.
+  std::shared_future<Answer> late_;   // Which whoever asked last did not wait for.
 };
 
 }  // namespace plenar_ble

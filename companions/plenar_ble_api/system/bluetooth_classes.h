@@ -65,8 +65,8 @@ struct IAsyncInfo : Inspectable {
 /// The outcome of a question. Its identifier differs by `T`, and nobody asks for it.
 template <class T>
 struct IAsyncOperation : Inspectable {
-  virtual HRESULT STDMETHODCALLTYPE put_Completed(IUnknown* handler) = 0;
-  virtual HRESULT STDMETHODCALLTYPE get_Completed(IUnknown** handler) = 0;
+  virtual HRESULT STDMETHODCALLTYPE put_Completed() { return E_NOTIMPL; }
+  virtual HRESULT STDMETHODCALLTYPE get_Completed() { return E_NOTIMPL; }
   virtual HRESULT STDMETHODCALLTYPE GetResults(T** results) = 0;
 };
 

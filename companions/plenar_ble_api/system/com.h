@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 #include <functional>
 #include <span>
 #include <string_view>
@@ -23,16 +22,13 @@
 namespace plenar_ble::winrt {
 
 /// A call into the system that failed.
-struct SystemError : std::exception {
-  SystemError(HRESULT result, const char* call) : number(result), name(call) {}
-  [[nodiscard]] const char* what() const noexcept override { return name; }
-
+struct SystemError {
   HRESULT number;
   const char* name;  ///< Of what was called: a literal.
 };
 
 inline void Check(HRESULT result, const char* call) {
-  if (FAILED(result)) throw SystemError(result, call);
+  if (FAILED(result)) throw SystemError{result, call};
 }
 
 /// Holds one reference to an object.
@@ -165,16 +161,16 @@ ComPtr<T> Activate(std::wstring_view class_name) {
   ComPtr<IInspectable> object;
   Check(RoActivateInstance(ClassName(class_name), object.Out()), "RoActivateInstance");
   ComPtr<T> wanted = object.As<T>();
-  if (!wanted) throw SystemError(E_NOINTERFACE, "RoActivateInstance");
+  if (!wanted) throw SystemError{E_NOINTERFACE, "RoActivateInstance"};
   return wanted;
 }
 
-/// Passes an event of the system's on, on the thread on which it comes. What `function` throws goes
-/// no further than into the number that the system gets.
+/// Passes an event of the system's on, on the thread on which it comes. `function` gives the number
+/// that the system gets; what it throws goes no further.
 template <class Event>
 class Handler final : public Object<TypedEventHandler<Event>> {
  public:
-  using Function = std::function<void(typename Event::Arguments&)>;
+  using Function = std::function<HRESULT(typename Event::Arguments&)>;
 
   explicit Handler(Function function) : function_(std::move(function)) {}
 
@@ -182,10 +178,7 @@ class Handler final : public Object<TypedEventHandler<Event>> {
                                    typename Event::Arguments* arguments) override {
     if (arguments == nullptr) return E_POINTER;
     try {
-      function_(*arguments);
-      return S_OK;
-    } catch (const SystemError& error) {
-      return error.number;
+      return function_(*arguments);
     } catch (...) {
       return E_FAIL;
     }
@@ -218,7 +211,7 @@ class ByteBuffer final : public Object<IBuffer, IBufferByteAccess> {
 /// The bytes of anybody's buffer, for as long as it lives.
 inline std::span<const std::uint8_t> BytesOf(const ComPtr<IBuffer>& buffer) {
   const auto access = buffer.As<IBufferByteAccess>();
-  if (!access) throw SystemError(E_NOINTERFACE, "IBufferByteAccess");
+  if (!access) throw SystemError{E_NOINTERFACE, "IBufferByteAccess"};
   BYTE* bytes = nullptr;
   UINT32 length = 0;
   Check(access->Buffer(&bytes), "IBufferByteAccess.Buffer");

@@ -39,7 +39,7 @@ ComPtr<winrt::IPublisher> PublisherOf(const ManufacturerItem& item) {
 void UseExtendedAdvertisement(const ComPtr<winrt::IPublisher>& publisher) {
   constexpr const char* kCall = "BluetoothLEAdvertisementPublisher.UseExtendedAdvertisement";
   const auto newer = publisher.As<winrt::IPublisher2>();
-  if (!newer) throw SystemError(E_NOINTERFACE, kCall);
+  if (!newer) throw SystemError{E_NOINTERFACE, kCall};
   Check(newer->put_UseExtendedAdvertisement(TRUE), kCall);
 }
 
@@ -63,7 +63,7 @@ void SystemPublisher::Stop() {
   callables_.Log(LogLevel::kInformation, "publisher stops");
   const HRESULT result = object_->Stop();
   if (SUCCEEDED(result)) return;
-  const SystemError error(result, "BluetoothLEAdvertisementPublisher.Stop");
+  const SystemError error{result, "BluetoothLEAdvertisementPublisher.Stop"};
   callables_.LogFailure(error);
   TakeDown();
   callables_.ReportStatus(BlePublisherStatus::kStopped, ErrorOf(error));

@@ -47,9 +47,10 @@ winrt::ComPtr<winrt::Handler<Event>> MakeHandler(Callables& callables,
       [&callables, tasks = std::move(tasks), read](typename Event::Arguments& arguments) {
         try {
           read(arguments);
+          return S_OK;
         } catch (const winrt::SystemError& error) {
           tasks->Post([&callables, error] { callables.LogFailure(error); });
-          throw;
+          return error.number;
         }
       });
 }

@@ -31,6 +31,12 @@ struct Session {
         publisher(callables, adapter, tasks),
         watcher(callables, adapter, tasks) {}
 
+  /// Both threads end soon, the tasks' with this one.
+  void Close(TaskQueue::Task last) {
+    adapter.Close();
+    tasks->Close(std::move(last));
+  }
+
   std::shared_ptr<TaskQueue> tasks = std::make_shared<TaskQueue>();
   Adapter adapter;
   SystemPublisher publisher;
@@ -47,7 +53,7 @@ class WindowsRadio final : public Radio {
   static WindowsRadio& Instance();
 
   int Init(std::uintptr_t reserved) override;
-  void UnInit() override { TakeDown(callables_.owes_stopped.exchange(false)); }
+  void UnInit() override { TakeDown(); }
   BleError CheckState() override;
   void SetLog(BleLogFunc log) override { callables_.log.Set(std::move(log)); }
 
@@ -69,14 +75,15 @@ class WindowsRadio final : public Radio {
   void StopBroadcast() override;
 
   void Clear() override {
-    TakeDown(false);
+    callables_.status_changed.Set({});
+    TakeDown();
     callables_.log.Set({});
   }
 
  private:
   WindowsRadio() = default;
 
-  void TakeDown(bool report_stopped);
+  void TakeDown();
   void JoinThreads();
   /// Null before `Init`.
   std::shared_ptr<Session> Current();
@@ -104,9 +111,15 @@ int WindowsRadio::Init(std::uintptr_t) {
   if (!OnLibraryThread()) JoinThreads();
   if (!library_) library_ = ReferToLibrary();
   auto session = std::make_shared<Session>(callables_);
-  // Each thread keeps the whole session.
-  for (const auto& queue : {session->tasks, session->adapter.Questions()}) {
-    threads_.push_back(StartTaskThread({session, queue.get()}));
+  threads_.reserve(threads_.size() + 2);  // So that none that has started is lost.
+  try {
+    // Each thread keeps the whole session.
+    for (const auto& queue : {session->tasks, session->adapter.Questions()}) {
+      threads_.push_back(StartTaskThread({session, queue.get()}));
+    }
+  } catch (...) {
+    session->Close({});
+    throw;
   }
   const std::scoped_lock lock(mutex_);
   session_ = std::move(session);
@@ -164,7 +177,7 @@ void WindowsRadio::StopBroadcast() {
   }
 }
 
-void WindowsRadio::TakeDown(bool report_stopped) {
+void WindowsRadio::TakeDown() {
   const auto lifecycle = LockLifecycle(lifecycle_mutex_);
   if (!lifecycle) return;
   std::shared_ptr<Session> session;
@@ -175,14 +188,15 @@ void WindowsRadio::TakeDown(bool report_stopped) {
     item_.reset();
   }
   callables_.received.Set({});
-  const auto report = [this, report_stopped] {
-    if (report_stopped) callables_.status_changed(BlePublisherStatus::kStopped, BleError::kNone);
+  const auto report = [this] {
+    if (callables_.owes_stopped) {
+      callables_.ReportStatus(BlePublisherStatus::kStopped, BleError::kNone);
+    }
   };
   const bool waits = !OnLibraryThread();
   if (!waits) report();
   if (session != nullptr) {
-    session->adapter.Close();
-    session->tasks->Close([&session = *session, waits, report] {
+    session->Close([&session = *session, waits, report] {
       session.watcher.TakeDown();
       session.publisher.TakeDown();
       if (waits) report();
@@ -197,11 +211,12 @@ void WindowsRadio::TakeDown(bool report_stopped) {
 /// Also lets the library go, unless the system still holds objects of ours: their code must stay
 /// then.
 void WindowsRadio::JoinThreads() {
+  if (!library_) return;
   for (std::thread& thread : std::exchange(threads_, {})) thread.join();
   const auto end = std::chrono::steady_clock::now() + kLongestFarewell;
-  while (winrt::objects_alive > 0 && std::chrono::steady_clock::now() < end) {
+  do {
     std::this_thread::sleep_for(kFarewellInterval);  // Also for the last steps of the last one.
-  }
+  } while (winrt::objects_alive > 0 && std::chrono::steady_clock::now() < end);
   if (winrt::objects_alive == 0) library_.reset();
 }
 

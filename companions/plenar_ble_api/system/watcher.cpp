@@ -29,7 +29,7 @@ void SystemWatcher::Stop() {
   callables_.Log(LogLevel::kInformation, "watcher stops");
   const HRESULT result = object_->Stop();
   if (SUCCEEDED(result)) return;
-  const SystemError error(result, "BluetoothLEAdvertisementWatcher.Stop");
+  const SystemError error{result, "BluetoothLEAdvertisementWatcher.Stop"};
   callables_.LogFailure(error);
   TakeDown();
   callables_.stopped(ErrorOf(error));

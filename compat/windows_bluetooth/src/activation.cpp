@@ -30,8 +30,3 @@ extern "C" HRESULT STDMETHODCALLTYPE DllRegisterServer() {
   simulated_bluetooth::Install();
   return S_OK;
 }
-
-extern "C" HRESULT STDMETHODCALLTYPE DllUnregisterServer() {
-  simulated_bluetooth::Uninstall();
-  return S_OK;
-}

@@ -32,8 +32,6 @@ class Question final : public Object<winrt::IAsyncOperation<IBluetoothAdapter>, 
     return Give(Locked()->access ? S_OK : E_ACCESSDENIED, value);
   }
   HRESULT STDMETHODCALLTYPE Cancel() override { return S_OK; }
-  HRESULT STDMETHODCALLTYPE put_Completed(IUnknown*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE get_Completed(IUnknown**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetResults(IBluetoothAdapter** results) override {
     return Give(Locked()->adapter ? Make<Adapter>() : ComPtr<Adapter>(), results);
   }

@@ -37,8 +37,8 @@ struct State {
   std::array<Packet, 32> air{};
 };
 
-/// Puts the classes into the registry, of the library that stands beside the calling program, or
-/// takes them out of it. `regsvr32` does the same.
+/// Puts the classes into the registry, of the library that stands beside the calling program, as
+/// `regsvr32` does, or takes them out of it.
 void Install();
 void Uninstall();
 
