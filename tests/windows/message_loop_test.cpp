@@ -116,6 +116,19 @@ TEST_F(MessageLoop, WorkThatWasLeftWhenRunEndedReachesTheNextLoop) {
   EXPECT_EQ(RunHostLoop(), 6);
 }
 
+TEST_F(MessageLoop, WorkThatNeverEndsDoesNotFillTheThreadsQueue) {
+  int left = 200;
+  const std::function<void()> again = [&] {
+    if (--left == 0) return looper_->Quit();
+    Looper()->PostTask(again, 0, kHere);
+  };
+  again();
+  looper_->Run();
+  int waiting = 0;
+  for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) ++waiting;
+  EXPECT_LT(waiting, 5);
+}
+
 TEST_F(MessageLoop, ADialogInsideATaskHoldsUpTheOthersUntilItIsClosed) {
   bool open = false;
   Looper()->PostTask(
