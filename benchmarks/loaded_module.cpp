@@ -3,11 +3,9 @@
 #include <windows.h>
 
 #include <array>
-#include <atomic>
 #include <cstdio>
 #include <stdexcept>
 
-#include <plenar_base/time_source.h>
 #include <simulated_pc/simulated_pc.h>
 
 #include "services/implement/windows_ble/generated/windows_ble_service_ids.h"
@@ -41,33 +39,12 @@ HMODULE Load(const char* file) {
 
 }  // namespace
 
-/// The machine's clocks, of which the wall clock can be moved on.
-class LoadedModule::ShiftedTime final : public base::time::TimeSource {
- public:
-  [[nodiscard]] std::uint64_t SteadyMilliseconds() const noexcept override {
-    return machine_->SteadyMilliseconds();
-  }
-  [[nodiscard]] std::uint64_t WallSeconds() const noexcept override {
-    return machine_->WallSeconds() + shift_seconds.load(std::memory_order_relaxed);
-  }
-
-  std::atomic<std::uint64_t> shift_seconds{0};
-
- private:
-  const std::shared_ptr<const base::time::TimeSource> machine_ = base::time::GetTimeSource();
-};
-
 LoadedModule& LoadedModule::Get() {
   static auto* const module = new LoadedModule;  // never unloaded: rows may come in any order
   return *module;
 }
 
-LoadedModule::LoadedModule()
-    : time_([] {
-        auto time = std::make_shared<ShiftedTime>();
-        base::time::SetTimeSource(time);
-        return time;
-      }()) {
+LoadedModule::LoadedModule() {
   // The gate looks in the program's folder.
   simulated_pc::SimulatedPc::Get().SetExecutablePath(QVS_CAPTURE_FOLDER "/host");
   const HMODULE module = Load(QVS_MODULE_PATH);
@@ -94,10 +71,6 @@ void LoadedModule::Scan(unsigned scan_mode, bool continuous) {
     throw std::runtime_error("the scan does not start");
   }
   looper_.RunUntilIdle();
-}
-
-void LoadedModule::LetSecondsPass(std::uint64_t seconds) {
-  time_->shift_seconds += seconds;
 }
 
 std::size_t LoadedModule::LastReportSize() const {

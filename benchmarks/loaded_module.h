@@ -29,18 +29,12 @@ class LoadedModule {
   /// Watches `kUuid`. In mode 1 a report asked for holds everything heard, and the cache stays.
   void Scan(unsigned scan_mode, bool continuous);
 
-  /// Moves the wall clock on; the steady clock stays the machine's.
-  void LetSecondsPass(std::uint64_t seconds);
-
   /// Length of the text of the last "device_json"; 0 before the first.
   [[nodiscard]] std::size_t LastReportSize() const;
 
  private:
   LoadedModule();
 
-  class ShiftedTime;
-
-  std::shared_ptr<ShiftedTime> time_;
   base::threading::MainLooperScope looper_;
   quorvel_service::IService* service_;
   Captured* captured_;

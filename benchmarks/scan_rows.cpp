@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <openssl/evp.h>
+#include <plenar_base/time_source.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 
@@ -284,6 +285,17 @@ Row FreshRow() {
 
 constexpr std::size_t kExpired = 100'000;
 
+/// A wall clock on which everything heard by the machine's has just expired.
+struct LaterTime final : base::time::TimeSource {
+  [[nodiscard]] std::uint64_t SteadyMilliseconds() const noexcept override {
+    return machine->SteadyMilliseconds();
+  }
+  [[nodiscard]] std::uint64_t WallSeconds() const noexcept override {
+    return machine->WallSeconds() + 22;
+  }
+  std::shared_ptr<const TimeSource> machine = base::time::GetTimeSource();
+};
+
 void Sweep(benchmark::State& state) {
   auto& module = LoadedModule::Get();
   const auto others = Devices(kExpired);
@@ -291,10 +303,11 @@ void Sweep(benchmark::State& state) {
   for (auto _ : state) {
     Paused(state, [&] {
       FillCache(others);
-      module.LetSecondsPass(21);
+      base::time::SetTimeSource(std::make_shared<LaterTime>());
     });
     module.captured().received(last);
     module.looper().RunUntilIdle();
+    Paused(state, [] { base::time::SetTimeSource(nullptr); });
   }
   PerItem(state, kExpired);
 }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <random>

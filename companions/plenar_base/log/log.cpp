@@ -118,7 +118,7 @@ class Output {
       } catch (...) {  // there is nowhere to tell it
       }
     }
-    DropRemoved();
+    if (std::ranges::any_of(entries_, &Entry::is_removed)) DropRemoved();
     this_thread.place = Place::kNotInSink;
   }
 

@@ -80,7 +80,7 @@ void LooperCore::Close() {
   // What the tasks hold may post, which does nothing now, or stop a timer.
   batch_.clear();
   next_ = 0;
-  started_count_ = posted_count_;
+  count_before_ = posted_count_;
   posted_.clear();
   posted_delayed_.clear();
   while (Scheduled* const first = schedule_.First()) {
@@ -180,7 +180,7 @@ void LooperCore::TakeOver() {
   const bool all_ran = next_ == batch_.size() && !in_task_;
   if (all_ran) {
     batch_.clear();
-    next_ = 0;
+    count_before_ += std::exchange(next_, 0);
   }
   {
     std::lock_guard lock(mutex_);
@@ -205,7 +205,6 @@ std::size_t LooperCore::RunBatch() {
       due->Run(now_ms_);
     } else if (next_ < batch_.size()) {
       auto& [task, location] = batch_[next_++];
-      ++started_count_;
       RunGuarded(task, location);
       task = nullptr;
     } else {
@@ -219,7 +218,7 @@ std::size_t LooperCore::RunBatch() {
 Scheduled* LooperCore::FirstDue() const noexcept {
   Scheduled* const first = schedule_.First();
   if (first == nullptr || first->place.due_ms > now_ms_) return nullptr;
-  return started_count_ < first->tasks_before ? nullptr : first;
+  return count_before_ + next_ < first->tasks_before ? nullptr : first;
 }
 
 template <class Push>

@@ -78,9 +78,10 @@ class LooperCore final : public Looper {
   // Of the looper's thread.
   Schedule schedule_;
   std::vector<Task> batch_;
-  std::size_t next_ = 0;             ///< Of the batch, what runs next.
-  std::uint64_t started_count_ = 0;  ///< Of the tasks without a delay, how many have started.
-  std::uint64_t now_ms_ = 0;         ///< When the clock was last looked at.
+  std::size_t next_ = 0;  ///< Of the batch, what runs next.
+  std::uint64_t count_before_ =
+      0;                      ///< Of the tasks without a delay, how many ran before the batch.
+  std::uint64_t now_ms_ = 0;  ///< When the clock was last looked at.
   bool in_task_ = false;
   bool in_run_ = false;
 

@@ -25,8 +25,8 @@ class TimeSource {
   }
 };
 
-/// Replaces the time source of the process; null brings the machine's own clocks back. To be
-/// called while no main looper exists. [any thread]
+/// Replaces the time source of the process; null brings the machine's own clocks back. A main
+/// looper keeps the one that was in use when it was made. [any thread]
 PLENAR_BASE_EXPORT void SetTimeSource(std::shared_ptr<const TimeSource> source);
 
 /// The time source in use, never null. [any thread]
