@@ -32,13 +32,14 @@ QVariantMap MakeQtArguments() {
 
 template <bool makes_arguments>
 void CallOurs(benchmark::State& state) {
-  auto& module = LoadedModule::Get();
+  const auto call = [](const std::shared_ptr<Variant>& arguments) {
+    return LoadedModule::Get().Call(quorvel_service::windows_ble::method::kStartBroadcast,
+                                    arguments);
+  };
   const auto at_hand = MakeArguments();
   for (auto _ : state) {
-    if (module.Call(quorvel_service::windows_ble::method::kStartBroadcast,
-                    makes_arguments ? MakeArguments() : at_hand) != 0) {
-      return state.SkipWithError("the call failed");
-    }
+    const std::int32_t ret = makes_arguments ? call(MakeArguments()) : call(at_hand);
+    if (ret != 0) return state.SkipWithError("the call failed");
   }
 }
 
@@ -48,8 +49,7 @@ void CallQt(benchmark::State& state) {
   const QVariantMap at_hand = MakeQtArguments();
   const QMetaMethod method = service.metaObject()->method(
       service.metaObject()->indexOfMethod("StartBroadcast(QVariantMap)"));
-  for (auto _ : state) {
-    const QVariantMap arguments = makes_arguments ? MakeQtArguments() : at_hand;
+  const auto call = [&](const QVariantMap& arguments) {
     QVariantMap result;
     const auto give = Q_RETURN_ARG(QVariantMap, result);
     const auto take = Q_ARG(QVariantMap, arguments);
@@ -58,9 +58,11 @@ void CallQt(benchmark::State& state) {
     } else {
       method.invoke(&service, Qt::DirectConnection, give, take);
     }
-    if (result.value(QStringLiteral("ret"), 1).toInt() != 0) {
-      return state.SkipWithError("the call failed");
-    }
+    return result.value(QStringLiteral("ret"), 1).toInt();
+  };
+  for (auto _ : state) {
+    const int ret = makes_arguments ? call(MakeQtArguments()) : call(at_hand);
+    if (ret != 0) return state.SkipWithError("the call failed");
   }
 }
 
