@@ -32,9 +32,9 @@ QVariantMap MakeQtArguments() {
 
 template <bool makes_arguments>
 void CallOurs(benchmark::State& state) {
-  const auto call = [](const std::shared_ptr<Variant>& arguments) {
-    return LoadedModule::Get().Call(quorvel_service::windows_ble::method::kStartBroadcast,
-                                    arguments);
+  auto& module = LoadedModule::Get();
+  const auto call = [&module](const std::shared_ptr<Variant>& arguments) {
+    return module.Call(quorvel_service::windows_ble::method::kStartBroadcast, arguments);
   };
   const auto at_hand = MakeArguments();
   for (auto _ : state) {
