@@ -77,12 +77,9 @@ bool LookAtFiles(Findings& findings) {
 
 std::string RandomUuid() {
   std::random_device random;
-  std::string digits;
-  for (int i = 0; i < 4; ++i) {
-    const std::string part = "0000000" + BytesToHex(std::to_string(random()));
-    digits += part.substr(part.size() - 8);
-  }
-  return UuidText(digits);
+  std::string bytes;
+  for (int i = 0; i < 16; ++i) bytes += static_cast<char>(random());
+  return UuidText(BytesToHex(bytes));
 }
 
 void TryToAdvertise(Session& session, Findings& findings) {

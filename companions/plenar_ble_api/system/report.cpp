@@ -8,9 +8,8 @@ namespace plenar_ble {
 
 void Callables::Log(LogLevel level, const std::string& message, const char* file, int line,
                     const char* function) {
-  const std::size_t separator = std::string_view(file).find_last_of("/\\");
-  log(separator == std::string_view::npos ? file : file + separator + 1, line, function,
-      static_cast<int>(level), message.c_str());
+  file += std::string_view(file).find_last_of("/\\") + 1;  // Its base name; npos + 1 is 0.
+  log(file, line, function, static_cast<int>(level), message.c_str());
 }
 
 void Callables::LogFailure(const winrt::SystemError& error, const char* file, int line,
