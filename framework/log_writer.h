@@ -70,7 +70,7 @@ class __logwriter {
   __logwriter& operator=(const __logwriter&) = delete;
   virtual ~__logwriter();
 
-  /// The thread's buffer; one that takes nothing if there is no memory for it.
+  /// The thread's buffer; without memory for it, one that has no room.
   [[nodiscard]] LogStream& Stream() noexcept;
 
  private:
