@@ -116,21 +116,6 @@ TEST_F(ScanCacheStory, WhatAReportHoldsAndLeavesDependsOnTheSettings) {
   kinds_ = kEvent | kNote;
 }
 
-TEST_F(ScanCacheTest, InMode0AnEntryLastsFor20Seconds) {
-  const std::pair<std::int64_t, bool> cases[] = {{20, true}, {21, false}, {1000, false},
-                                                 {0, true},  {-1, false}, {-1000, false}};
-  for (const auto& [jump, kept] : cases) {
-    Scan(kUuid, 0, false);
-    Hear(Broadcast("a"));
-    RunFor(20'000);
-    Hear(Broadcast("a"));  // heard again, it is fresh again
-    Hear(Broadcast("b"));
-    time_->JumpWall(jump);
-    EXPECT_EQ(Ask("c").size(), kept ? 3u : 1u) << jump;
-    Restart();
-  }
-}
-
 TEST_F(ScanCacheTest, HoldsWhatAMapWouldWhateverTheClockDoes) {
   std::map<std::string, std::uint64_t> expected;  // when each device was heard last
   std::mt19937 random(20);
